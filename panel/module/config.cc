@@ -1,0 +1,156 @@
+/// NAME
+///   config - reading the configuration file
+
+#include "panel/module/config.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <toml++/toml.h>
+#include <unistd.h>
+
+#include "host/fen_err.h"
+#include "panel/process/file_handle.h"
+#include "panel/text/control_characters.h"
+
+namespace panel {
+namespace {
+
+constexpr std::int64_t kLongestToolTimeout = 24 * 60 * 60;
+
+std::string ReadFile(const std::filesystem::path& file) {
+  const auto fail = [&file] {
+    throw fen_err::Error(
+        "config", file.string(),
+        "cannot be read (" + std::generic_category().message(errno) +
+            "): run `zebmail init` to make one, or name another one with --config");
+  };
+  const FileHandle handle(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!handle) fail();
+  std::string text;
+  std::array<char, 4096> part{};
+  for (;;) {
+    const ssize_t count = read(handle.get(), part.data(), part.size());
+    if (count == 0) return text;
+    if (count > 0) {
+      text.append(part.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      fail();
+    }
+  }
+}
+
+/// Takes the values out of the parsed file, checking each.
+class Reader {
+ public:
+  explicit Reader(const std::filesystem::path& file) : file_(file) {}
+
+  Config Read(const toml::table& document) const {
+    CheckKeys(document);
+    Config config;
+    config.file = std::filesystem::absolute(file_);
+    config.state_dir = Folder(document, "state_dir");
+    config.module_dir = Folder(document, "module_dir");
+    config.database = Text("database", Required(document, "database"));
+    if (const toml::node* node = document.get("tool_timeout")) config.tool_timeout = Timeout(*node);
+    config.param = Names(document, "param");
+    config.path = Names(document, "path");
+    return config;
+  }
+
+  [[noreturn]] void Fail(const toml::source_region& place, const std::string& what) const {
+    throw fen_err::Error("config", file_.string() + ":" + std::to_string(place.begin.line), what);
+  }
+
+ private:
+  void CheckKeys(const toml::table& document) const {
+    static constexpr std::array<std::string_view, 6> kKeys = {
+        "state_dir", "module_dir", "database", "tool_timeout", "param", "path"};
+    for (const auto& [key, node] : document) {
+      if (std::find(kKeys.begin(), kKeys.end(), key.str()) == kKeys.end()) {
+        Fail(key.source(), "the key " + Quoted(key.str()) +
+                               " is not known; there are state_dir, module_dir, database, "
+                               "tool_timeout, [param] and [path]");
+      }
+    }
+  }
+
+  const toml::node& Required(const toml::table& document, std::string_view key) const {
+    const toml::node* node = document.get(key);
+    if (node == nullptr) {
+      throw fen_err::Error("config", file_.string(), "the key " + Quoted(key) + " is missing");
+    }
+    return *node;
+  }
+
+  std::filesystem::path Folder(const toml::table& document, std::string_view key) const {
+    const toml::node& node = Required(document, key);
+    std::filesystem::path folder = Text(key, node);
+    if (!folder.is_absolute()) {
+      Fail(node.source(), "the value of " + Quoted(key) + " must be an absolute path");
+    }
+    return folder;
+  }
+
+  /// The values of the section `key`; none when the file has no such section.
+  std::map<std::string, std::string> Names(const toml::table& document,
+                                           std::string_view key) const {
+    std::map<std::string, std::string> names;
+    const toml::node* node = document.get(key);
+    if (node == nullptr) return names;
+    const toml::table* section = node->as_table();
+    if (section == nullptr) Fail(node->source(), Quoted(key) + " must be a section of names");
+    for (const auto& [name, value] : *section) names.emplace(name.str(), String(name, value));
+    return names;
+  }
+
+  std::chrono::seconds Timeout(const toml::node& node) const {
+    const std::optional<std::int64_t> seconds = node.value_exact<std::int64_t>();
+    if (!seconds || *seconds < 1 || *seconds > kLongestToolTimeout) {
+      Fail(node.source(), "the value of \"tool_timeout\" must be a number of seconds from 1 to " +
+                              std::to_string(kLongestToolTimeout));
+    }
+    return std::chrono::seconds(*seconds);
+  }
+
+  std::string Text(std::string_view key, const toml::node& node) const {
+    std::string text = String(key, node);
+    if (text.empty()) Fail(node.source(), "the value of " + Quoted(key) + " is empty");
+    return text;
+  }
+
+  std::string String(std::string_view key, const toml::node& node) const {
+    std::optional<std::string> text = node.value_exact<std::string>();
+    if (!text) Fail(node.source(), "the value of " + Quoted(key) + " must be a text in quotes");
+    if (HasControlCharacters(*text)) {
+      Fail(node.source(), "the value of " + Quoted(key) + " holds a control character");
+    }
+    return *text;
+  }
+
+  static std::string Quoted(std::string_view key) {
+    return '"' + EscapeControlCharacters(key) + '"';
+  }
+
+  const std::filesystem::path& file_;
+};
+
+}  // namespace
+
+Config ReadConfig(const std::filesystem::path& file) {
+  const std::string text = ReadFile(file);
+  const Reader reader(file);
+  try {
+    return reader.Read(toml::parse(text));
+  } catch (const toml::parse_error& error) {
+    reader.Fail(error.source(), EscapeControlCharacters(error.description()));
+  }
+}
+
+}  // namespace panel

@@ -1,0 +1,367 @@
+/// NAME
+///   tools - running other programs
+///
+/// HOW
+///   The tool is the first process of a group of its own. Its output comes through a pipe, of which
+///   only the end is kept; its input lies in a file in memory, so neither side can wait for the
+///   other for ever. A process handle tells when the tool itself has ended: a process that it left
+///   in the background may hold the pipe open, and must not be waited for.
+
+#include "panel/process/tools.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "host/fen_err.h"
+#include "panel/module/config.h"
+#include "panel/module/path_names.h"
+#include "panel/process/file_handle.h"
+#include "panel/text/control_characters.h"
+#include "panel/text/words.h"
+
+namespace panel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Words = std::vector<std::string>;
+
+constexpr std::size_t kKeptOutput = std::size_t{64} * 1024;
+constexpr int kNotStarted = 127;
+constexpr int kSignal = 128;
+
+[[noreturn]] void Fail(const std::string& program, int error) {
+  throw fen_err::Error("process", program, std::generic_category().message(error));
+}
+
+void Check(const std::string& program, int error) {
+  if (error != 0) Fail(program, error);
+}
+
+/// The end of what was put in.
+class Tail {
+ public:
+  void Append(std::string_view text) {
+    text_ += text;
+    if (text_.size() > 2 * kKeptOutput) Cut();
+  }
+
+  std::string Take() {
+    if (text_.size() > kKeptOutput) Cut();
+    return std::move(text_);
+  }
+
+ private:
+  void Cut() { text_.erase(0, text_.size() - kKeptOutput); }
+
+  std::string text_;
+};
+
+void AppendLine(std::string& text, const std::string& line) {
+  if (!text.empty() && !text.ends_with('\n')) text += '\n';
+  text += line + "\n";
+}
+
+/// An open file that is to become one of the tool's standard files. It is moved away from their
+/// three places: a panel that was started without standard input, say, opens its first file there.
+FileHandle Own(const std::string& program, FileHandle file) {
+  if (file && file.get() <= STDERR_FILENO) {
+    file = FileHandle(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  }
+  if (!file) Fail(program, errno);
+  return file;
+}
+
+FileHandle OpenInput(const std::string& program, const std::string& input) {
+  if (input.empty()) return Own(program, FileHandle(open("/dev/null", O_RDONLY | O_CLOEXEC)));
+  FileHandle file = Own(program, FileHandle(memfd_create("input", MFD_CLOEXEC)));
+  for (std::size_t done = 0; done < input.size();) {
+    const ssize_t count = write(file.get(), input.data() + done, input.size() - done);
+    if (count >= 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      Fail(program, errno);
+    }
+  }
+  if (lseek(file.get(), 0, SEEK_SET) != 0) Fail(program, errno);
+  return file;
+}
+
+struct Pipe {
+  FileHandle read_end;
+  FileHandle write_end;
+};
+
+Pipe OpenPipe(const std::string& program) {
+  std::array<int, 2> ends{-1, -1};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) Fail(program, errno);
+  FileHandle read_end(ends[0]);
+  FileHandle write_end(ends[1]);
+  return {Own(program, std::move(read_end)), Own(program, std::move(write_end))};
+}
+
+/// What is done in the new process before it becomes the tool.
+class SpawnSettings {
+ public:
+  explicit SpawnSettings(const std::string& program) : program_(program) {
+    Check(program_, posix_spawn_file_actions_init(&actions_));
+    Check(program_, posix_spawnattr_init(&attributes_));
+  }
+  ~SpawnSettings() {
+    posix_spawnattr_destroy(&attributes_);
+    posix_spawn_file_actions_destroy(&actions_);
+  }
+
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  void Connect(const FileHandle& input, const FileHandle& output) {
+    Copy(input, STDIN_FILENO);
+    Copy(output, STDOUT_FILENO);
+    Copy(output, STDERR_FILENO);
+    Check(program_, posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+    Check(program_, posix_spawn_file_actions_addchdir_np(&actions_, "/"));
+  }
+
+  void Detach() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    Check(program_, posix_spawnattr_setsigmask(&attributes_, &signals));
+    sigfillset(&signals);
+    Check(program_, posix_spawnattr_setsigdefault(&attributes_, &signals));
+    Check(program_, posix_spawnattr_setpgroup(&attributes_, 0));
+    Check(program_,
+          posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
+                                                     POSIX_SPAWN_SETPGROUP));
+  }
+
+  const posix_spawn_file_actions_t* actions() const noexcept { return &actions_; }
+  const posix_spawnattr_t* attributes() const noexcept { return &attributes_; }
+
+ private:
+  void Copy(const FileHandle& file, int place) {
+    Check(program_, posix_spawn_file_actions_adddup2(&actions_, file.get(), place));
+  }
+
+  const std::string& program_;
+  posix_spawn_file_actions_t actions_{};
+  posix_spawnattr_t attributes_{};
+};
+
+/// A tool that was started and has not been waited for; killed when it is given up.
+class RunningTool {
+ public:
+  RunningTool(const std::string& program, pid_t process)
+      : program_(program),
+        process_(process),
+        handle_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {
+    if (handle_) return;
+    const int error = errno;
+    End();
+    Fail(program_, error);
+  }
+  ~RunningTool() { End(); }
+
+  RunningTool(const RunningTool&) = delete;
+  RunningTool& operator=(const RunningTool&) = delete;
+
+  /// Readable as soon as the tool has ended.
+  int handle() const noexcept { return handle_.get(); }
+
+  void Kill() const { kill(-process_, SIGKILL); }
+
+  /// Waits for the end; returns what waitpid tells.
+  int Wait() {
+    int status = 0;
+    while (waitpid(process_, &status, 0) < 0) {
+      if (errno != EINTR) {
+        process_ = 0;
+        Fail(program_, errno);
+      }
+    }
+    process_ = 0;
+    return status;
+  }
+
+ private:
+  void End() noexcept {
+    if (process_ == 0) return;
+    Kill();
+    while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+
+  const std::string& program_;
+  pid_t process_;
+  FileHandle handle_;
+};
+
+std::vector<char*> ToPointers(Words& words) {
+  std::vector<char*> pointers;
+  for (std::string& word : words) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+Words Environment() {
+  Words environment = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LANG=C"};
+  if (const char* folder = std::getenv("MAIL_CONFIG")) {
+    environment.push_back(std::string("MAIL_CONFIG=") + folder);
+  }
+  return environment;
+}
+
+/// Starts the tool; returns the system's reason where it cannot be.
+int Start(Words words, const FileHandle& input, const FileHandle& output, pid_t& process) {
+  const std::string program = words.front();
+  SpawnSettings settings(program);
+  settings.Connect(input, output);
+  settings.Detach();
+  Words environment = Environment();
+  return posix_spawn(&process, program.c_str(), settings.actions(), settings.attributes(),
+                     ToPointers(words).data(), ToPointers(environment).data());
+}
+
+/// Whether the reason lies in the system, not in the command.
+bool IsShortage(int error) {
+  return error == EAGAIN || error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
+/// Reads what is in the pipe, at most `size` bytes; returns how many that were, 0 at its end.
+std::size_t ReadOutput(const std::string& program, const FileHandle& pipe, std::size_t size,
+                       Tail& output) {
+  std::array<char, kKeptOutput> part;
+  for (;;) {
+    const ssize_t count = read(pipe.get(), part.data(), std::min(size, part.size()));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) Fail(program, errno);
+    output.Append({part.data(), static_cast<std::size_t>(count)});
+    return static_cast<std::size_t>(count);
+  }
+}
+
+/// Reads what the tool left in the pipe, and no more of what others may still put there.
+void ReadRest(const std::string& program, const FileHandle& pipe, Tail& output) {
+  int rest = 0;
+  if (ioctl(pipe.get(), FIONREAD, &rest) != 0) Fail(program, errno);
+  while (rest > 0) {
+    rest -= static_cast<int>(ReadOutput(program, pipe, static_cast<std::size_t>(rest), output));
+  }
+}
+
+int MillisecondsTo(Clock::time_point deadline) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+  return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
+}
+
+/// Reads the output until the tool ends; returns false when it has not ended at the deadline.
+bool Follow(const std::string& program, const RunningTool& tool, const FileHandle& pipe,
+            Clock::time_point deadline, Tail& output) {
+  pollfd ended{tool.handle(), POLLIN, 0};
+  pollfd printed{pipe.get(), POLLIN, 0};
+  for (;;) {
+    std::array<pollfd, 2> events{ended, printed};
+    const int count = poll(events.data(), events.size(), MillisecondsTo(deadline));
+    if (count < 0 && errno != EINTR) Fail(program, errno);
+    if (count > 0 && events[0].revents != 0) return true;
+    if (Clock::now() >= deadline) return false;
+    if (count > 0 && events[1].revents != 0 &&
+        ReadOutput(program, pipe, kKeptOutput, output) == 0) {
+      printed.fd = -1;  // the tool has closed its output and goes on without
+    }
+  }
+}
+
+ToolRun ToResult(const std::string& program, int status, std::string output) {
+  if (WIFEXITED(status)) return {WEXITSTATUS(status), std::move(output)};
+  const int signal = WTERMSIG(status);
+  const char* description = sigdescr_np(signal);
+  AppendLine(output, program + " was ended by signal " + std::to_string(signal) +
+                         (description == nullptr ? "" : " (" + std::string(description) + ")"));
+  return {kSignal + signal, std::move(output)};
+}
+
+ToolRun Killed(const std::string& program, std::chrono::seconds timeout, std::string output) {
+  AppendLine(output,
+             program + " ran longer than " + std::to_string(timeout.count()) + " s and was killed");
+  return {kSignal + SIGKILL, std::move(output)};
+}
+
+std::string PathOf(const std::string& name) {
+  return "the path \"" + EscapeControlCharacters(name) + "\"";
+}
+
+std::string InConfiguration() {
+  const std::string file = CurrentConfig().file.string();
+  return " in the section [path] of " + (file.empty() ? "the configuration" : file) + ".";
+}
+
+ToolRun NotStarted(const Words& words, const std::string& why) {
+  const std::optional<std::string> name = FindPathName(words);
+  return {kNotStarted, EscapeControlCharacters(words.front()) + " cannot be started: " + why +
+                           "\nSet " + (name ? PathOf(*name) : "its path") + InConfiguration() +
+                           "\n"};
+}
+
+/// `asked` is the path name whose value would have been the program.
+ToolRun NoProgram(const Words& words, const std::optional<std::string>& asked) {
+  const std::string command = EscapeControlCharacters(JoinWords(words));
+  return {kNotStarted, "The command \"" + command + "\" cannot be started: it names no program.\n" +
+                           (asked ? "Nothing is configured for " + PathOf(*asked) + ": set it"
+                                  : "Set the path of its program") +
+                           InConfiguration() + "\n"};
+}
+
+bool HasNul(const Words& words) {
+  return std::any_of(words.begin(), words.end(),
+                     [](const std::string& word) { return word.find('\0') != std::string::npos; });
+}
+
+}  // namespace
+
+ToolRun RunTool(const Words& words, const std::string& input) {
+  const std::optional<std::string> asked = TakeUnsetPathName();
+  if (words.empty() || words.front().empty()) return NoProgram(words, asked);
+  if (!words.front().starts_with('/')) return NotStarted(words, "not an absolute path");
+  if (HasNul(words)) return NotStarted(words, "a word of the command holds a NUL");
+
+  const std::string& program = words.front();
+  const std::chrono::seconds timeout = CurrentConfig().tool_timeout;
+  const FileHandle input_file = OpenInput(program, input);
+  Pipe pipe = OpenPipe(program);
+  pid_t process = 0;
+  const int error = Start(words, input_file, pipe.write_end, process);
+  if (IsShortage(error)) Fail(program, error);
+  if (error != 0) return NotStarted(words, std::generic_category().message(error));
+
+  RunningTool tool(program, process);
+  pipe.write_end = FileHandle();
+  Tail output;
+  const bool has_ended = Follow(program, tool, pipe.read_end, Clock::now() + timeout, output);
+  if (!has_ended) tool.Kill();
+  const int status = tool.Wait();
+  ReadRest(program, pipe.read_end, output);
+  return has_ended ? ToResult(program, status, output.Take())
+                   : Killed(program, timeout, output.Take());
+}
+
+}  // namespace panel

@@ -1,0 +1,243 @@
+/// NAME
+///   disk file - reading a table file and replacing it as a whole
+
+#include "panel/conf/disk_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "host/fen_err.h"
+#include "panel/process/file_handle.h"
+
+namespace panel::conf {
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0644;
+
+[[noreturn]] void Fail(const std::string& path, const std::string& doing) {
+  throw fen_err::Error("file", path, doing + ": " + std::strerror(errno));
+}
+
+FileStamp ToStamp(const struct stat& status) {
+  return {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim};
+}
+
+/// The path of the file itself, behind any symbolic links.
+std::string Target(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  if (real != nullptr) return real.get();
+  if (errno != ENOENT) Fail(path, "cannot be found");
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) {
+    throw fen_err::Error("file", path, "is a symbolic link to a file that does not exist");
+  }
+  return path;
+}
+
+std::string FolderOf(const std::string& target) {
+  const std::string folder = std::filesystem::path(target).parent_path();
+  return folder.empty() ? "." : folder;
+}
+
+/// The new text is written here, in the same folder, so that a rename can put it in place. The name
+/// is fixed: there is one operation at a time, and what a killed one left is found again.
+std::string BesideOf(const std::string& target) {
+  return FolderOf(target) + "/." + std::filesystem::path(target).filename().string() + ".zebmail";
+}
+
+/// Removes the file again unless it is kept.
+class Temporary {
+ public:
+  explicit Temporary(std::string path) : path_(std::move(path)) {}
+  ~Temporary() {
+    if (!path_.empty()) unlink(path_.c_str());
+  }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+
+  void Keep() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
+/// Gathers small pieces, so that a table of many changes is not written in as many calls.
+class BufferedWriter {
+ public:
+  BufferedWriter(int descriptor, const std::string& path) : descriptor_(descriptor), path_(path) {}
+
+  void Add(std::string_view piece) {
+    if (buffer_.size() + piece.size() > kSize) Flush();
+    if (piece.size() > kSize) {
+      Write(piece);
+    } else {
+      buffer_ += piece;
+    }
+  }
+
+  void Flush() {
+    Write(buffer_);
+    buffer_.clear();
+  }
+
+ private:
+  static constexpr std::size_t kSize = 1 << 16;
+
+  void Write(std::string_view bytes) {
+    while (!bytes.empty()) {
+      const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
+      if (written < 0 && errno != EINTR) Fail(path_, "cannot be written");
+      if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+  }
+
+  int descriptor_;
+  const std::string& path_;
+  std::string buffer_;
+};
+
+void CopyExtendedAttributes(int from, int to, const std::string& path) {
+  const ssize_t size = flistxattr(from, nullptr, 0);
+  if (size < 0 && errno != ENOTSUP) Fail(path, "its extended attributes cannot be read");
+  if (size <= 0) return;
+  std::vector<char> names(static_cast<std::size_t>(size));
+  const ssize_t listed = flistxattr(from, names.data(), names.size());
+  if (listed < 0) Fail(path, "its extended attributes cannot be read");
+  for (const char* name = names.data(); name < names.data() + listed;
+       name += std::strlen(name) + 1) {
+    const ssize_t length = fgetxattr(from, name, nullptr, 0);
+    if (length < 0) Fail(path, "its extended attributes cannot be read");
+    std::vector<char> value(static_cast<std::size_t>(length));
+    const ssize_t got = fgetxattr(from, name, value.data(), value.size());
+    if (got < 0 || fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0) {
+      Fail(path, std::string("its extended attribute ") + name + " cannot be kept");
+    }
+  }
+}
+
+/// Gives the new file what the old one has besides its text.
+void KeepAttributes(const std::string& target, int descriptor) {
+  const FileHandle old(open(target.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (!old) Fail(target, "cannot be read");
+  struct stat from {};
+  struct stat to {};
+  if (fstat(old.get(), &from) != 0 || fstat(descriptor, &to) != 0) Fail(target, "cannot be read");
+  if ((from.st_uid != to.st_uid || from.st_gid != to.st_gid) &&
+      fchown(descriptor, from.st_uid, from.st_gid) != 0) {
+    Fail(target, "its owner cannot be kept");
+  }
+  CopyExtendedAttributes(old.get(), descriptor, target);
+  if (fchmod(descriptor, from.st_mode & 07777) != 0) Fail(target, "its mode cannot be kept");
+}
+
+void RequireUnchanged(const std::string& path, const std::string& target,
+                      const std::optional<FileStamp>& expected) {
+  if (StampOf(target) != expected) throw fen_err::Error("changed", path, "");
+}
+
+std::string ReadAll(int descriptor, std::size_t size, const std::string& path) {
+  std::string bytes(size, '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const ssize_t got = read(descriptor, bytes.data() + filled, bytes.size() - filled);
+    if (got < 0 && errno != EINTR) Fail(path, "cannot be read");
+    if (got == 0) break;
+    if (got > 0) filled += static_cast<std::size_t>(got);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+}  // namespace
+
+bool FileStamp::operator==(const FileStamp& other) const {
+  const auto same = [](const timespec& left, const timespec& right) {
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+  };
+  return device == other.device && inode == other.inode && size == other.size &&
+         same(modified, other.modified) && same(changed, other.changed);
+}
+
+FileContents ReadWholeFile(const std::string& path) {
+  const FileHandle file(open(Target(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file) {
+    if (errno == ENOENT) return {};
+    Fail(path, "cannot be read");
+  }
+  struct stat before {};
+  if (fstat(file.get(), &before) != 0) Fail(path, "cannot be read");
+  if (!S_ISREG(before.st_mode)) throw fen_err::Error("file", path, "is not a regular file");
+
+  FileContents contents;
+  contents.bytes = ReadAll(file.get(), static_cast<std::size_t>(before.st_size), path);
+  struct stat after {};
+  if (fstat(file.get(), &after) != 0) Fail(path, "cannot be read");
+  if (!(ToStamp(before) == ToStamp(after)) ||
+      contents.bytes.size() != static_cast<std::size_t>(after.st_size)) {
+    throw fen_err::Error("changed", path, "");
+  }
+  contents.stamp = ToStamp(after);
+  return contents;
+}
+
+std::optional<FileStamp> StampOf(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) return ToStamp(status);
+  if (errno != ENOENT) Fail(path, "cannot be read");
+  return std::nullopt;
+}
+
+FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
+                      const std::function<void(const PieceWriter&)>& produce) {
+  const std::string target = Target(path);
+  RequireUnchanged(path, target, expected);
+
+  const std::string beside = BesideOf(target);
+  unlink(beside.c_str());
+  const FileHandle file(
+      open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file) Fail(beside, "cannot be created");
+  Temporary temporary(beside);
+
+  BufferedWriter writer(file.get(), beside);
+  produce([&writer](std::string_view piece) { writer.Add(piece); });
+  writer.Flush();
+  if (expected) {
+    KeepAttributes(target, file.get());
+  } else if (fchmod(file.get(), kNewFileMode) != 0) {
+    Fail(beside, "its mode cannot be set");
+  }
+  if (fsync(file.get()) != 0) Fail(beside, "cannot be written");
+
+  RequireUnchanged(path, target, expected);
+  if (rename(beside.c_str(), target.c_str()) != 0) Fail(path, "cannot be replaced");
+  temporary.Keep();
+
+  struct stat status {};
+  fstat(file.get(), &status);
+  return ToStamp(status);
+}
+
+void SyncFolderOf(const std::string& path) {
+  const std::string name = FolderOf(Target(path));
+  const FileHandle folder(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder || fsync(folder.get()) != 0) Fail(name, "cannot be synchronised");
+}
+
+void RemoveLeftover(const std::string& path) {
+  const std::string beside = BesideOf(Target(path));
+  if (unlink(beside.c_str()) != 0 && errno != ENOENT) Fail(beside, "cannot be removed");
+}
+
+}  // namespace panel::conf

@@ -1,0 +1,63 @@
+/// NAME
+///   disk file - reading a table file and replacing it as a whole
+///
+/// PURPOSE
+///   A table file is read by a mail server at any moment and edited by other people. Reading gives
+///   its bytes together with a stamp of what was read. Replacing puts a new text in its place so
+///   that the path always holds the whole old or the whole new text, with the old one's mode, owner
+///   and extended attributes, and only when the file still is the one that was read.
+///
+/// HOW IT FAILS
+///   With fen_err::Error("file", path, what is in the way), the old text being intact, and with
+///   fen_err::Error("changed", path, "") when somebody else changed the file since it was read.
+
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <sys/stat.h>
+
+namespace panel::conf {
+
+/// What tells one state of a file from another.
+struct FileStamp {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  timespec modified{};
+  timespec changed{};
+
+  bool operator==(const FileStamp& other) const;
+};
+
+/// A file's bytes and stamp; no stamp for a file that does not exist.
+struct FileContents {
+  std::string bytes;
+  std::optional<FileStamp> stamp;
+};
+
+/// Reads the file at `path`. A missing file reads as an empty one.
+FileContents ReadWholeFile(const std::string& path);
+
+/// The stamp of the file at `path`; none when it does not exist.
+std::optional<FileStamp> StampOf(const std::string& path);
+
+using PieceWriter = std::function<void(std::string_view)>;
+
+/// Replaces the file at `path`, a symbolic link being followed, by the pieces that `produce` hands
+/// to the writer it is given. `expected` is the stamp of the file that was read; without one the
+/// file must not exist yet. Returns the stamp of the new file; when it throws, nothing was
+/// replaced.
+FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
+                      const std::function<void(const PieceWriter&)>& produce);
+
+/// Makes a replacement outlive a crash of the machine.
+void SyncFolderOf(const std::string& path);
+
+/// Removes what a killed ReplaceFile may have left beside the file at `path`.
+void RemoveLeftover(const std::string& path);
+
+}  // namespace panel::conf

@@ -1,0 +1,81 @@
+/// NAME
+///   file - an open table file
+///
+/// PURPOSE
+///   One table file in memory: its text, the index of each record type, the cursors on it, and what
+///   the file on disk looked like when it was read or saved last. All record sets of a file work on
+///   the same text, so two cursors see each other's changes and the file is saved once.
+
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "panel/conf/disk_file.h"
+#include "panel/conf/key_index.h"
+#include "panel/conf/table.h"
+#include "panel/conf/text.h"
+
+namespace panel::conf {
+
+class File : public std::enable_shared_from_this<File> {
+ public:
+  /// Reads the file. A missing one reads as empty when `create` is set.
+  File(const Table& table, std::string path, bool create);
+
+  const Table& table() const { return table_; }
+  const std::string& path() const { return path_; }
+  const Text& text() const { return text_; }
+
+  /// The whole text as it would be saved.
+  std::string Whole() const;
+
+  LineId Find(std::size_t type, std::string_view key);
+
+  /// Changes of the text, on behalf of a record of the type `type`.
+  void Replace(std::size_t type, LineId line, std::string text);
+  void Remove(std::size_t type, LineId line);
+  LineId InsertBelow(std::size_t type, LineId line, std::string text);
+  LineId Append(std::size_t type, std::string text);
+
+  /// Counts the cursors. When the last one goes, a changed file is saved, or handed to the
+  /// operation that saves it later. With `unwinding`, because an exception is on its way, a failure
+  /// is logged; else it is thrown.
+  void Opened() { ++cursors_; }
+  void Released(bool unwinding);
+
+  bool changed() const { return changed_; }
+
+  /// Whether the file may be read anew: nobody works on it, and it has nothing to save.
+  bool IsIdle() const { return cursors_ == 0 && !changed_; }
+
+  /// Whether the file on disk still is the one that was read or saved last.
+  bool IsCurrent() const { return StampOf(path_) == stamp_; }
+
+  /// Replaces the file on disk and runs the after-save action. When the file cannot be replaced,
+  /// nobody works on the text in memory again.
+  void Save();
+
+  /// Runs the after-save action for a file that is saved already.
+  void RunAfterSave(ConfCache::SaveReason reason);
+
+ private:
+  File(const Table& table, std::string path, FileContents contents);
+
+  void Leave();
+  void Write();
+
+  const Table& table_;
+  std::string path_;
+  std::optional<FileStamp> stamp_;
+  Text text_;
+  std::vector<KeyIndex> indexes_;
+  std::size_t cursors_ = 0;
+  bool changed_ = false;
+};
+
+}  // namespace panel::conf

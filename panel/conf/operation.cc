@@ -1,0 +1,79 @@
+/// NAME
+///   operation - what happens to table files within one panel operation
+
+#include "panel/conf/operation.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+#include "host/fen_err.h"
+#include "panel/conf/cache.h"
+#include "panel/conf/disk_file.h"
+#include "panel/conf/file.h"
+#include "panel/module/log.h"
+
+namespace panel::conf {
+
+namespace {
+
+std::atomic<Operation*> current = nullptr;
+
+}  // namespace
+
+Operation::Operation(Mode mode) : mode_(mode) {
+  Operation* none = nullptr;
+  if (!current.compare_exchange_strong(none, this)) {
+    throw fen_err::Error("operation", "panel", "another operation is not finished");
+  }
+  if (mode == Mode::kRehearsal) tools_.emplace();
+}
+
+Operation::~Operation() {
+  for (const std::shared_ptr<File>& file : changed_) {
+    if (file->changed()) Cache::Known()->Forget(*file);
+  }
+  current = nullptr;
+}
+
+void Operation::Finish() {
+  std::exception_ptr first;
+  for (const std::shared_ptr<File>& file : changed_) {
+    try {
+      if (mode_ == Mode::kRehearsal) {
+        file->RunAfterSave(ConfCache::kOperation);
+      } else {
+        file->Save();
+      }
+    } catch (const std::exception& error) {
+      if (saved_ == 0) throw;
+      if (first != nullptr) LogError("panel", error);
+      if (first == nullptr) first = std::current_exception();
+    }
+  }
+  if (first != nullptr) std::rethrow_exception(first);
+}
+
+std::vector<Operation::Change> Operation::changes() const {
+  std::vector<Change> changes;
+  for (const std::shared_ptr<File>& file : changed_) {
+    changes.push_back({file->path(), ReadWholeFile(file->path()).bytes, file->Whole()});
+  }
+  return changes;
+}
+
+std::vector<std::string> Operation::tools() const {
+  return tools_ ? tools_->commands() : std::vector<std::string>();
+}
+
+Operation* Operation::Current() noexcept {
+  return current;
+}
+
+bool Operation::Take(const std::shared_ptr<File>& file) {
+  if (mode_ == Mode::kEach) return false;
+  if (std::find(changed_.begin(), changed_.end(), file) == changed_.end()) changed_.push_back(file);
+  return true;
+}
+
+}  // namespace panel::conf

@@ -1,0 +1,78 @@
+/// NAME
+///   operation - what happens to table files within one panel operation
+///
+/// PURPOSE
+///   A panel operation is a change that belongs together. Its mode tells what a released cursor
+///   does with a changed file: save it at once, save it once at the operation's end, or only show
+///   what it would become. The operation also counts the files it has saved, because only an
+///   operation that has saved none can be undone in the database.
+
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "panel/process/tools.h"
+
+namespace panel::conf {
+
+class File;
+
+class Operation {
+ public:
+  enum class Mode {
+    kEach,       ///< a file is saved when its last cursor is released
+    kBatch,      ///< every changed file is saved once, by Finish()
+    kRehearsal,  ///< nothing is saved; the changes are there to be looked at and then forgotten
+  };
+
+  /// Only one operation lives at a time; the panel lock sees to that. Throws
+  /// fen_err::Error("operation", ...) when there is another one.
+  explicit Operation(Mode mode);
+
+  /// Forgets changes that were not saved.
+  ~Operation();
+
+  Operation(const Operation&) = delete;
+  Operation& operator=(const Operation&) = delete;
+
+  /// Ends a batch: saves every changed file, in the order of the first change, and runs its
+  /// after-save action. When the first file cannot be saved nothing is; after that, each file is
+  /// tried. Throws the first failure and logs the others. A rehearsal notes the tools instead.
+  void Finish();
+
+  /// How many table files have been saved so far.
+  std::size_t saved() const noexcept { return saved_; }
+
+  struct Change {
+    std::string path;
+    std::string before;
+    std::string after;
+  };
+
+  /// What each changed file of a batch or rehearsal would become, in the order of the first change.
+  std::vector<Change> changes() const;
+
+  /// The command lines that a rehearsal would have run. While it lives, no tool is started in its
+  /// thread.
+  std::vector<std::string> tools() const;
+
+ private:
+  friend class File;
+
+  static Operation* Current() noexcept;
+
+  /// Takes a changed file whose last cursor was released; returns whether it sees to the saving.
+  bool Take(const std::shared_ptr<File>& file);
+  void CountSaved() noexcept { ++saved_; }
+
+  Mode mode_;
+  std::optional<ToolRehearsal> tools_;
+  std::size_t saved_ = 0;
+  std::vector<std::shared_ptr<File>> changed_;
+};
+
+}  // namespace panel::conf

@@ -1,0 +1,87 @@
+/// NAME
+///   database - the panel database as the panel itself uses it
+
+#include "panel/db/database.h"
+
+#include <mutex>
+
+#include "host/fen_err.h"
+#include "host/zeb_db.h"
+#include "panel/db/connection.h"
+#include "panel/db/schema.h"
+
+namespace panel::db {
+namespace {
+
+/// The database that lives, and its connection.
+struct Current {
+  std::mutex mutex;
+  Database* database = nullptr;
+  Connection* connection = nullptr;
+};
+
+Current& TheCurrent() {
+  static Current current;
+  return current;
+}
+
+[[noreturn]] void RefuseWithout() {
+  throw fen_err::Error("database", "", "the panel database is not open");
+}
+
+void SetCurrent(Database* database, Connection* connection) {
+  Current& current = TheCurrent();
+  const std::lock_guard lock(current.mutex);
+  if (database != nullptr && current.database != nullptr) {
+    throw fen_err::Error("database", connection->name(),
+                         "another panel database is open: " + current.connection->name());
+  }
+  current.database = database;
+  current.connection = connection;
+}
+
+}  // namespace
+
+Database::Database(const std::string& url) : connection_(std::make_unique<Connection>(url)) {
+  MigrateSchema(*connection_);
+  cache_ = std::make_unique<fen_db::Cache>(*connection_);
+  SetCurrent(this, connection_.get());
+}
+
+Database::~Database() {
+  SetCurrent(nullptr, nullptr);
+}
+
+Connection& CurrentConnection() {
+  Current& current = TheCurrent();
+  const std::lock_guard lock(current.mutex);
+  if (current.connection == nullptr) RefuseWithout();
+  return *current.connection;
+}
+
+Transaction::Transaction(Database& database, Changes changes)
+    : connection_(*database.connection_), journal_(std::make_unique<Journal>()) {
+  journal_->lists_changes = changes == Changes::kListed;
+  connection_.Begin(*journal_);
+}
+
+Transaction::~Transaction() {
+  if (connection_.journal() == journal_.get()) connection_.Rollback();
+}
+
+void Transaction::Commit() {
+  connection_.Commit();
+}
+
+const std::vector<RowChange>& Transaction::changes() const noexcept {
+  return journal_->changes;
+}
+
+}  // namespace panel::db
+
+fen_db::Cache& zeb_db::GetCache() {
+  auto& current = panel::db::TheCurrent();
+  const std::lock_guard lock(current.mutex);
+  if (current.database == nullptr) panel::db::RefuseWithout();
+  return current.database->cache();
+}

@@ -1,0 +1,149 @@
+/// NAME
+///   checks - whether the panel and the mail server fit together
+
+#include "panel/mail/checks.h"
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/fen_cf.h"
+#include "host/fen_err.h"
+#include "panel/conf/pending.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/maps.h"
+#include "panel/module/config.h"
+#include "panel/process/file_handle.h"
+
+namespace panel::mail {
+namespace {
+
+using Findings = std::vector<Finding>;
+
+std::string ConfigureAdvice(const std::string& name) {
+  return "set " + name + " under [path] in " + CurrentConfig().file.string();
+}
+
+/// After-save work that a killed process or a failed tool left. The next change makes up for it, so
+/// there is nothing to mend by the finding itself.
+Findings CheckPendingWork() {
+  Findings findings;
+  for (const conf::PendingWork& work : conf::ListPendingWork()) {
+    findings.push_back({"pending",
+                        work.path,
+                        "was saved, but the tool that follows did not succeed",
+                        "Postfix still works with what was there before",
+                        FixCommand(),
+                        {}});
+  }
+  return findings;
+}
+
+/// The program of the command line that is configured under `name`.
+void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
+  const std::string command = fen_cf::GetPath(name);
+  const std::string program = command.substr(0, command.find(' '));
+  if (program.empty()) {
+    findings.push_back({"path", name, "is not configured", why, ConfigureAdvice(name), {}});
+  } else if (access(program.c_str(), X_OK) != 0) {
+    findings.push_back({"path",
+                        name,
+                        program + " cannot be run: " + std::generic_category().message(errno),
+                        why,
+                        ConfigureAdvice(name),
+                        {}});
+  }
+}
+
+Findings CheckTools() {
+  Findings findings;
+  CheckTool("postfix-bin", "Postfix is not told to read its local host names and services anew",
+            findings);
+  CheckTool("postfix-postmap", "changes of mailboxes and domains do not reach Postfix", findings);
+  CheckTool("postfix-postalias", "changes of the aliases do not reach Postfix", findings);
+  return findings;
+}
+
+/// Why the file cannot be read; empty when it can.
+std::string ReadingFailure(const std::string& path) {
+  struct stat status {};
+  const FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file || fstat(file.get(), &status) != 0) return std::generic_category().message(errno);
+  return S_ISREG(status.st_mode) ? "" : "not a regular file";
+}
+
+Findings CheckTableFiles() {
+  struct TableFile {
+    const char* name;
+    const char* why;
+  };
+  static constexpr std::array<TableFile, 6> kTableFiles = {{
+      {"postfix-virtusertable", "Postfix knows no address of the panel"},
+      {"postfix-localhostnames", "Postfix takes no mail for the domains of the panel"},
+      {"postfix-accessdb", "suspended domains are not refused"},
+      {"postfix-aliases", "mail for unknown addresses is not bounced"},
+      {"postfix-domainips", "no domain can be bound to an address"},
+      {"postfix-master", "no domain can be bound to an address"},
+  }};
+  Findings findings;
+  for (const TableFile& file : kTableFiles) {
+    const std::string path = fen_cf::GetPath(file.name);
+    if (path.empty()) {
+      findings.push_back(
+          {"path", file.name, "is not configured", file.why, ConfigureAdvice(file.name), {}});
+      continue;
+    }
+    const std::string failure = ReadingFailure(path);
+    if (failure.empty()) continue;
+    findings.push_back({"file",
+                        path,
+                        "cannot be read: " + failure,
+                        file.why,
+                        "put the file in place or " + ConfigureAdvice(file.name),
+                        {}});
+  }
+  return findings;
+}
+
+Findings CheckMaps() {
+  Findings findings;
+  std::string suffix;
+  try {
+    suffix = MapSuffix();
+  } catch (const fen_err::Error& error) {
+    return {{"map",
+             error.object(),
+             "does not tell the type of the maps: " + error.value(),
+             "it cannot be seen whether the maps are of the present tables",
+             ConfigureAdvice("postfix-postmap"),
+             {}}};
+  }
+  for (const Map& map : Maps()) {
+    if (!IsStale(map, suffix)) continue;
+    findings.push_back({"map", map.text.string() + suffix, "is missing or older than its text",
+                        "Postfix works with an earlier text, or with none", BuildCommand(map),
+                        [map] { Build(map); }});
+  }
+  return findings;
+}
+
+using Check = Findings (*)();
+constexpr std::array<Check, 4> kChecks = {&CheckPendingWork, &CheckTools, &CheckTableFiles,
+                                          &CheckMaps};
+
+}  // namespace
+
+std::vector<Finding> RunChecks() {
+  Findings all;
+  for (const Check check : kChecks) {
+    Findings findings = check();
+    all.insert(all.end(), findings.begin(), findings.end());
+  }
+  return all;
+}
+
+}  // namespace panel::mail

@@ -1,0 +1,35 @@
+/// NAME
+///   checks - whether the panel and the mail server fit together
+///
+/// PURPOSE
+///   Each check looks at one thing that can go wrong and tells what is wrong, why that matters and
+///   which command mends it. It changes nothing; a finding that can be mended from here brings
+///   along the means to do so.
+///
+/// HOW TO ADD ONE
+///   Write a function that returns its findings and put it into the list in checks.cc.
+
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace panel::mail {
+
+struct Finding {
+  std::string check;   ///< which check found it: "pending", "map", "path" or "file"
+  std::string object;  ///< what it concerns, a path mostly
+  std::string what;    ///< what is wrong
+  std::string why;     ///< why it matters
+  std::string mend;    ///< the command, or what else is to be done
+
+  /// Mends it; throws when that fails. Empty when it cannot be mended from here.
+  std::function<void()> fix;
+};
+
+/// The findings of all checks, in the order of the checks. Runs in an open Panel whose modules are
+/// set up.
+std::vector<Finding> RunChecks();
+
+}  // namespace panel::mail

@@ -1,0 +1,137 @@
+/// NAME
+///   mail_module - the panel's mail domains
+
+#include "panel/mail/mail_module.h"
+
+#include "host/fen_err.h"
+#include "host/test.h"
+#include "panel/mail/back_end.h"
+#include "panel/mail/domain_settings.h"
+
+namespace panel::mail {
+namespace {
+
+using DomainRow = std::shared_ptr<zeb_db::EmailDomainTable>;
+
+/// The row of an existing domain.
+DomainRow FindDomain(const std::string& text) {
+  const std::string name = CheckedDomainName(text);
+  DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  if (!row->name.Lookup(name)) throw fen_err::Error("missing", "domain", text);
+  return row;
+}
+
+std::string UnicodeName(const std::string& ascii) {
+  zeb_db::EmailDomainTable converter;
+  converter.name = ascii;
+  return converter.name.Unicode();
+}
+
+/// An address or a domain with the domain in Unicode.
+std::string UnicodeTarget(const std::string& target) {
+  const std::size_t domain = target.rfind('@') + 1;
+  return target.substr(0, domain) + UnicodeName(target.substr(domain));
+}
+
+Domain Shown(const zeb_db::EmailDomainTable& row) {
+  return {row.name.Unicode(), row.active, row.defaction.Str(), UnicodeTarget(row.redirect.Str()),
+          row.ip.Str()};
+}
+
+std::vector<std::string> KeysOf(const std::string& query) {
+  std::vector<std::string> keys;
+  for (fen_db::Result rows = zeb_db::GetCache().Query(query); !rows.Eof(); rows.Next()) {
+    keys.push_back(rows.Str());
+  }
+  return keys;
+}
+
+void DeleteMailbox(const std::string& key) {
+  auto mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(key);
+  BackEnd().DeleteEmail(mailbox);
+  mailbox->Delete();
+}
+
+/// The back-end cannot tell that a domain is bound to an IPv6 address, so it would not unbind it.
+/// It can unbind an IPv4 address; the one here is never used, since the files are saved later.
+void LeaveIp6(DomainRow& row) {
+  row->ip = "0.0.0.0";
+  BackEnd().UpdateDomain(row);
+  row->ip = "";
+}
+
+void SetActive(const std::string& name, bool active) {
+  DomainRow row = FindDomain(name);
+  row->active = active;
+  row->Post();
+  BackEnd().UpdateDomain(row);
+}
+
+}  // namespace
+
+void MailModule::CreateDomain(const std::string& name, const DomainSettings& settings) {
+  DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  const std::string ascii = CheckedDomainName(name);
+  if (row->name.Lookup(ascii)) throw fen_err::Error("exists", "domain", name);
+  row->New();
+  row->name = ascii;
+  row->active = true;
+  row->defaction = "error";
+  ApplySettings(settings, *row);
+  if (const auto line = table_domains_.Find(ascii)) {
+    throw fen_err::Error(
+        "exists", "domain",
+        name + " is not in the panel, but in " + *line + "; remove the line first");
+  }
+  row->Post();
+  BackEnd().CreateDomain(row);
+}
+
+void MailModule::UpdateDomain(const std::string& name, const DomainSettings& settings) {
+  DomainRow row = FindDomain(name);
+  const std::string old_ip = row->ip.Str();
+  ApplySettings(settings, *row);
+  row->Post();
+  if (row->ip.Str().empty() && test::Const<&test::Ip6>(old_ip)) LeaveIp6(row);
+  BackEnd().UpdateDomain(row);
+}
+
+void MailModule::SuspendDomain(const std::string& name) {
+  SetActive(name, false);
+}
+
+void MailModule::ResumeDomain(const std::string& name) {
+  SetActive(name, true);
+}
+
+void MailModule::DeleteDomain(const std::string& name) {
+  DomainRow row = FindDomain(name);
+  for (const std::string& key :
+       KeysOf("SELECT id FROM email WHERE domain = " + row->id.AsString() + " ORDER BY id")) {
+    DeleteMailbox(key);
+  }
+  BackEnd().DeleteDomain(row);
+  row->Delete();
+}
+
+std::vector<Domain> MailModule::ListDomains() const {
+  std::vector<Domain> domains;
+  zeb_db::EmailDomainTable row;
+  fen_db::Result rows = zeb_db::GetCache().Query(
+      "SELECT name, active, defaction, redirect, ip FROM email_domain ORDER BY name");
+  for (; !rows.Eof(); rows.Next()) {
+    row.name.Read(rows.Str(0));
+    row.active.Read(rows.Str(1));
+    row.defaction.Read(rows.Str(2));
+    row.redirect.Read(rows.Str(3));
+    row.ip.Read(rows.Str(4));
+    domains.push_back(Shown(row));
+  }
+  return domains;
+}
+
+Domain MailModule::ShowDomain(const std::string& name) const {
+  return Shown(*FindDomain(name));
+}
+
+}  // namespace panel::mail

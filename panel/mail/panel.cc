@@ -1,0 +1,183 @@
+/// NAME
+///   panel - the panel, opened for one operation
+
+#include "panel/mail/panel.h"
+
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <tuple>
+#include <utility>
+
+#include "panel/conf/pending.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/wake_tables.h"
+#include "panel/module/loader.h"
+#include "panel/module/log.h"
+
+namespace panel::mail {
+namespace {
+
+/// What the process has set up, once for all its operations.
+struct SetUp {
+  std::mutex mutex;
+  std::optional<Config> config;  ///< the one that the modules were set up with
+  bool files_owed = false;       ///< they were set up in a rehearsal, and their files not saved
+};
+
+SetUp& ProcessSetUp() {
+  static SetUp set_up;
+  return set_up;
+}
+
+bool Same(const Config& left, const Config& right) {
+  const auto parts = [](const Config& config) {
+    return std::tie(config.file, config.state_dir, config.module_dir, config.database,
+                    config.tool_timeout, config.param, config.path);
+  };
+  return parts(left) == parts(right);
+}
+
+/// Puts `config` to use. Once the modules are set up it is in use already, and to put it to use
+/// again would forget the path defaults that they have set.
+void UseForProcess(const Config& config) {
+  SetUp& set_up = ProcessSetUp();
+  const std::lock_guard guard(set_up.mutex);
+  if (!set_up.config) {
+    UseConfig(config);
+  } else if (!Same(*set_up.config, config)) {
+    throw fen_err::Error("config", config.file.string(),
+                         "this process already works with the configuration " +
+                             set_up.config->file.string() + "; use another process");
+  }
+}
+
+std::filesystem::path LogFile() {
+  return CurrentConfig().state_dir / "zebfen.log";
+}
+
+/// Runs `step` and returns how it failed, if it did.
+std::optional<fen_err::Error> FailureOf(const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const fen_err::Error& error) {
+    LogError("mail", error);
+    return error;
+  } catch (const std::exception& error) {
+    LogError("mail", error);
+    return fen_err::Error("failure", error.what(), "");
+  }
+  return std::nullopt;
+}
+
+/// The tools that are outstanding, and what makes up for them.
+std::string OutstandingTools() {
+  const std::string pending = DescribePendingWork();
+  if (pending.empty()) return "";
+  return pending + "the next change makes up for it, and so does: " + FixCommand() + "\n";
+}
+
+std::string OutstandingFiles(const fen_err::Error& failure) {
+  if (failure.type() == "email") return "";
+  return "not every table file could be saved; " + LogFile().string() +
+         " names them; mend the cause and repeat the change, or delete what was to be created and "
+         "create it again\n";
+}
+
+}  // namespace
+
+PartlyDone::PartlyDone(const fen_err::Error& cause, std::string outstanding)
+    : fen_err::Error(cause), outstanding_(std::move(outstanding)) {}
+
+Panel::Panel(const Config& config, Notices notices)
+    : notices_(std::move(notices)), lock_(config.state_dir, notices_.waiting) {
+  UseForProcess(config);
+  OpenLog(LogFile());
+  database_.emplace(config.database);
+}
+
+void Panel::Change(const std::function<void()>& work) {
+  SetUpModules();
+  MakeUpPendingWork();
+  db::Transaction transaction(*database_, db::Transaction::Changes::kUnlisted);
+  conf::Operation operation(conf::Operation::Mode::kBatch);
+  work();
+  Save(operation, transaction);
+}
+
+Rehearsal Panel::Rehearse(const std::function<void()>& work) {
+  const db::Transaction transaction(*database_);
+  conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
+  RehearseModules(rehearsal);
+  work();
+  rehearsal.Finish();
+  const std::string pending = DescribePendingWork();
+  if (!pending.empty()) Warn(pending + "the change would make up for it first\n");
+  return {rehearsal.changes(), transaction.changes(), rehearsal.tools()};
+}
+
+/// The modules write to table files while they are set up; that is an operation of its own, because
+/// they are not set up again when the change that comes after it fails.
+void Panel::SetUpModules() {
+  SetUp& set_up = ProcessSetUp();
+  const std::lock_guard guard(set_up.mutex);
+  if (set_up.files_owed) {
+    throw fen_err::Error("module", CurrentConfig().module_dir.string(),
+                         "was set up in a rehearsal, which kept nothing; use another process");
+  }
+  if (set_up.config) return;
+  const conf::Operation operation(conf::Operation::Mode::kEach);
+  const auto failure = FailureOf([] { LoadModules(CurrentConfig().module_dir); });
+  if (failure && operation.saved() != 0) throw PartlyDone(*failure, OutstandingTools());
+  if (failure) throw *failure;
+  set_up.config = CurrentConfig();
+}
+
+void Panel::RehearseModules(const conf::Operation& rehearsal) {
+  SetUp& set_up = ProcessSetUp();
+  const std::lock_guard guard(set_up.mutex);
+  if (set_up.config) return;
+  LoadModules(CurrentConfig().module_dir);
+  set_up.config = CurrentConfig();
+  set_up.files_owed = !rehearsal.changes().empty();
+}
+
+/// A failure here does not keep the change from being made: it may well run the same tool again.
+void Panel::MakeUpPendingWork() {
+  if (conf::ListPendingWork().empty()) return;
+  WakeTables(*database_);
+  std::string failure;
+  try {
+    conf::MakeUpPendingWork();
+  } catch (const std::exception& error) {
+    failure = std::string(error.what()) + "\n";
+  }
+  const std::string pending = DescribePendingWork();
+  if (pending.empty() && failure.empty()) return;
+  Warn(failure + pending + "mend the cause, then run: " + FixCommand() + "\n");
+}
+
+void Panel::Save(conf::Operation& operation, db::Transaction& transaction) {
+  const auto file_failure = FailureOf([&operation] { operation.Finish(); });
+  if (file_failure && operation.saved() == 0) throw *file_failure;
+  const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
+  if (database_failure && operation.saved() == 0) throw *database_failure;
+
+  std::string outstanding = OutstandingTools();
+  if (file_failure) outstanding = OutstandingFiles(*file_failure) + outstanding;
+  if (database_failure) {
+    throw PartlyDone(*database_failure,
+                     "the table files hold the change, the database does not\n" + outstanding);
+  }
+  if (file_failure) {
+    throw PartlyDone(*file_failure,
+                     "the database and the saved table files hold the change\n" + outstanding);
+  }
+}
+
+void Panel::Warn(const std::string& text) const {
+  Log("mail", text);
+  if (notices_.warning) notices_.warning(text);
+}
+
+}  // namespace panel::mail

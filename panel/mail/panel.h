@@ -1,0 +1,93 @@
+/// NAME
+///   panel - the panel, opened for one operation
+///
+/// PURPOSE
+///   Everything that reads or changes the panel does so through one of these, from its first look
+///   at the database to its last table file. It takes the lock, so that there is one operation at a
+///   time across threads and processes, opens log and database, loads the modules and makes up for
+///   the after-save work that an earlier operation left behind.
+///
+/// HOW A CHANGE RUNS
+///   Change() begins a transaction and collects what the work does to the table files. When the
+///   work fails, both are dropped and nothing has changed. When it is done, the files are saved in
+///   the order in which they were changed, each followed by its tool, and the transaction is
+///   committed. A file or a tool may still fail then. If no file has been saved, nothing has
+///   changed; otherwise the transaction is committed all the same, so that the database says what
+///   the tables say, and the failure leaves as PartlyDone, which tells what is outstanding.
+///
+/// ONE PROCESS, ONE CONFIGURATION
+///   A process may run any number of operations, one after the other or from several threads. The
+///   modules are set up once, with the paths of the first configuration; a second one is refused.
+///
+/// HOW IT FAILS
+///   With fen_err::Error: "config" for a second configuration, and whatever the lock, the database,
+///   the modules and the work throw. What is marked for reporting is logged on its way.
+
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/fen_err.h"
+#include "panel/conf/operation.h"
+#include "panel/db/database.h"
+#include "panel/module/config.h"
+#include "panel/process/panel_lock.h"
+
+namespace panel::mail {
+
+/// How an operation talks to whoever runs it, beside its result. An empty function is not called.
+struct Notices {
+  std::function<void()> waiting;                         ///< another operation holds the lock
+  std::function<void(const std::string& text)> warning;  ///< lines about what stays undone
+};
+
+/// A failure that came when a table file had been saved already, so that what was done stays. It
+/// reads like the failure that caused it.
+class PartlyDone : public fen_err::Error {
+ public:
+  PartlyDone(const fen_err::Error& cause, std::string outstanding);
+
+  /// What stays and what is to be done about the rest, in whole lines.
+  const std::string& outstanding() const noexcept { return outstanding_; }
+
+ private:
+  std::string outstanding_;
+};
+
+/// What a change would do.
+struct Rehearsal {
+  std::vector<conf::Operation::Change> files;  ///< in the order in which they would be saved
+  std::vector<db::RowChange> rows;
+  std::vector<std::string> tools;  ///< command lines
+};
+
+class Panel {
+ public:
+  /// Takes the lock and opens log and database. No module is loaded yet: reading needs none.
+  explicit Panel(const Config& config, Notices notices = {});
+
+  Panel(const Panel&) = delete;
+  Panel& operator=(const Panel&) = delete;
+
+  /// Runs `work` as one change.
+  void Change(const std::function<void()>& work);
+
+  /// Runs `work` and keeps nothing of it, neither in the files nor in the database.
+  Rehearsal Rehearse(const std::function<void()>& work);
+
+ private:
+  void SetUpModules();
+  void RehearseModules(const conf::Operation& rehearsal);
+  void MakeUpPendingWork();
+  void Save(conf::Operation& operation, db::Transaction& transaction);
+  void Warn(const std::string& text) const;
+
+  Notices notices_;
+  PanelLock lock_;
+  std::optional<db::Database> database_;
+};
+
+}  // namespace panel::mail

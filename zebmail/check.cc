@@ -1,0 +1,150 @@
+/// NAME
+///   check - whether the panel and the mail server fit together, and mending what does not
+///
+/// WHAT IT PRINTS
+///   One line a finding: what is wrong, why it matters, what mends it; with --fix a line for each
+///   thing that was mended before. With --json {ok, findings: [{check, object, what, why, mend}],
+///   mended: []}. The exit status tells whether anything is wrong still.
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/fen_err.h"
+#include "panel/conf/pending.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/checks.h"
+#include "zebmail/invocation.h"
+#include "zebmail/output.h"
+#include "zebmail/session.h"
+
+namespace zebmail {
+namespace {
+
+using panel::mail::Finding;
+
+struct Report {
+  std::vector<Finding> findings;
+  std::vector<std::string> mended;
+};
+
+Finding ModuleFinding(const fen_err::Error& error) {
+  return {"modules",
+          error.object(),
+          "keeps the modules from being set up: " + error.value(),
+          "no change can be made",
+          "mend the cause named here",
+          {}};
+}
+
+/// Sets up the modules and keeps nothing of what they write; what they would write is missing.
+void FindMissingEntries(panel::mail::Panel& panel, Report& report) {
+  for (const auto& file : panel.Rehearse([] {}).files) {
+    report.findings.push_back({"entries",
+                               file.path,
+                               "lacks entries that the panel relies on",
+                               "mail is not delivered as the panel says",
+                               panel::mail::FixCommand(),
+                               {}});
+  }
+}
+
+/// Sets up the modules and has outstanding work made up for, as any change does.
+void MakeUpPendingWork(panel::mail::Panel& panel, Report& report) {
+  const std::vector<panel::conf::PendingWork> before = panel::conf::ListPendingWork();
+  panel.Change([] {});
+  const std::vector<panel::conf::PendingWork> after = panel::conf::ListPendingWork();
+  for (const panel::conf::PendingWork& work : before) {
+    const bool remains = std::any_of(after.begin(), after.end(), [&work](const auto& other) {
+      return other.path == work.path && other.table == work.table;
+    });
+    if (!remains) report.mended.push_back(work.path + ": the outstanding tool has run");
+  }
+}
+
+void Fix(const Finding& finding, Report& report) {
+  if (!finding.fix) {
+    report.findings.push_back(finding);
+    return;
+  }
+  try {
+    finding.fix();
+    report.mended.push_back(finding.object + ": " + finding.mend);
+  } catch (const std::exception& error) {
+    PrintError(error);
+    report.findings.push_back(finding);
+  }
+}
+
+Report Examine(panel::mail::Panel& panel, bool fix) {
+  Report report;
+  try {
+    fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
+  } catch (const fen_err::Error& error) {
+    report.findings.push_back(ModuleFinding(error));
+  }
+  for (const Finding& finding : panel::mail::RunChecks()) {
+    if (fix) {
+      Fix(finding, report);
+    } else {
+      report.findings.push_back(finding);
+    }
+  }
+  return report;
+}
+
+Json AsJson(const Report& report) {
+  Json findings = Json::array();
+  for (const Finding& finding : report.findings) {
+    findings.push_back({{"check", finding.check},
+                        {"object", finding.object},
+                        {"what", finding.what},
+                        {"why", finding.why},
+                        {"mend", finding.mend}});
+  }
+  return {{"ok", report.findings.empty()}, {"findings", findings}, {"mended", report.mended}};
+}
+
+std::string AsText(const Report& report) {
+  std::string text;
+  for (const std::string& mended : report.mended) text += "mended: " + OneLine(mended) + "\n";
+  for (const Finding& finding : report.findings) {
+    text += OneLine(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
+            "; mend it with: " + OneLine(finding.mend) + "\n";
+  }
+  if (report.findings.empty()) text += "nothing is wrong\n";
+  return text;
+}
+
+/// Nothing is mended in a dry run, which so is a look and no more.
+Status Check(const Invocation& invocation, bool fix) {
+  fix = fix && !invocation.dry_run;
+  panel::mail::Notices notices = MakeNotices(invocation);
+  if (!fix) notices.warning = nullptr;
+  panel::mail::Panel panel(ReadConfig(invocation), std::move(notices));
+  const Report report = Examine(panel, fix);
+  const bool is_well = report.findings.empty();
+  if (is_well && invocation.quiet) return kDone;
+  if (invocation.json) {
+    PrintJson(AsJson(report));
+  } else {
+    std::cout << AsText(report);
+  }
+  return is_well ? kDone : kFailed;
+}
+
+}  // namespace
+
+void AddCheck(CLI::App& app, Invocation& invocation) {
+  CLI::App* command = app.add_subcommand("check", "find out what is wrong, and mend it");
+  const auto fix = std::make_shared<bool>(false);
+  command->add_flag("--fix", *fix, "mend what can be mended");
+  command->callback([&invocation, fix] {
+    invocation.action = [&invocation, fix] { return Check(invocation, *fix); };
+  });
+}
+
+}  // namespace zebmail

@@ -1,0 +1,37 @@
+/// NAME
+///   invocation - what one run of zebmail was asked for
+///
+/// PURPOSE
+///   The options that go with every command, and how a command is handed over: each group of
+///   commands adds itself to the command line and, when it is chosen, leaves its action here. The
+///   actions run when the whole command line has been read.
+
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace zebmail {
+
+/// What zebmail exits with.
+enum Status : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+struct Invocation {
+  std::string config;  ///< the configuration file, as given by option or environment
+  bool json = false;
+  bool dry_run = false;
+  bool quiet = false;
+
+  std::function<Status()> action;
+};
+
+/// Each adds its group of commands to `app`. Their actions refer to `invocation`, which must
+/// outlive them.
+void AddInit(CLI::App& app, Invocation& invocation);
+void AddDomain(CLI::App& app, Invocation& invocation);
+void AddCheck(CLI::App& app, Invocation& invocation);
+
+}  // namespace zebmail

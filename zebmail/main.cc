@@ -1,0 +1,118 @@
+/// NAME
+///   zebmail - running mail on Postfix from a panel's database
+///
+/// WHAT IT DOES
+///   Reads the command line, runs the one command it names and turns its failure into a message and
+///   an exit status: 0 done, 1 failed, 2 wrong usage.
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "zebmail/invocation.h"
+#include "zebmail/output.h"
+
+namespace zebmail {
+namespace {
+
+const char* const kDefaultConfig = "/etc/zebmail/zebmail.toml";
+
+/// A caller may have closed these. The next file opened, the database say, would take their place
+/// and get what is printed.
+void KeepStandardStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+    if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDWR) != stream) std::abort();
+  }
+}
+
+void AddGlobalOptions(CLI::App& app, Invocation& invocation) {
+  const char* const from_environment = std::getenv("ZEBMAIL_CONFIG");
+  const bool is_set = from_environment != nullptr && *from_environment != '\0';
+  invocation.config = is_set ? from_environment : kDefaultConfig;
+  app.add_option(
+      "--config", invocation.config,
+      "the configuration file, instead of $ZEBMAIL_CONFIG or " + std::string(kDefaultConfig));
+  app.add_flag("--json", invocation.json, "print one JSON document");
+  app.add_flag("--dry-run", invocation.dry_run, "change nothing, show what would change");
+  app.add_flag("--quiet", invocation.quiet, "print no confirmation when all went well");
+}
+
+/// The arguments, last one first, as the parser takes them. It has no notion of an option with an
+/// empty value in one word ("--ip="), so that becomes two words.
+std::vector<std::string> Arguments(int argc, char** argv) {
+  std::vector<std::string> words;
+  bool is_option = true;
+  for (int index = 1; index < argc; ++index) {
+    const std::string word = argv[index];
+    is_option = is_option && word != "--";
+    if (is_option && word.starts_with("--") && word.find('=') == word.size() - 1) {
+      words.push_back(word.substr(0, word.size() - 1));
+      words.emplace_back();
+    } else {
+      words.push_back(word);
+    }
+  }
+  std::reverse(words.begin(), words.end());
+  return words;
+}
+
+Status WrongUsage(const std::string& what) {
+  std::cerr << "zebmail: usage: " << OneLine(what) << "\nSee: zebmail --help\n";
+  return kWrongUsage;
+}
+
+/// Reads the command line; returns what to exit with when there is no command to be run.
+std::optional<Status> Parse(CLI::App& app, const Invocation& invocation, int argc, char** argv) {
+  try {
+    app.parse(Arguments(argc, argv));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) return WrongUsage(error.what());
+    app.exit(error);
+    return kDone;
+  }
+  if (!invocation.action) return WrongUsage("a command is missing");
+  return std::nullopt;
+}
+
+/// Whatever was to be printed must have been printed before the run counts as a success.
+Status Printed(Status status) {
+  std::cout.flush();
+  if (std::cout) return status;
+  std::cerr << "zebmail: output: cannot be written\n";
+  return kFailed;
+}
+
+Status Run(int argc, char** argv) {
+  Invocation invocation;
+  CLI::App app("Runs mail domains, mailboxes and sender lists on a Postfix server.", "zebmail");
+  app.require_subcommand(0, 1);
+  app.fallthrough();
+  AddGlobalOptions(app, invocation);
+  AddInit(app, invocation);
+  AddDomain(app, invocation);
+  AddCheck(app, invocation);
+
+  if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))
+    return Printed(*ended);
+  return Printed(invocation.action());
+}
+
+}  // namespace
+}  // namespace zebmail
+
+int main(int argc, char** argv) {
+  zebmail::KeepStandardStreams();
+  try {
+    return zebmail::Run(argc, argv);
+  } catch (const std::exception& error) {
+    zebmail::PrintError(error);
+    return zebmail::kFailed;
+  }
+}

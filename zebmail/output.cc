@@ -1,0 +1,185 @@
+/// NAME
+///   output - what zebmail prints
+
+#include "zebmail/output.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+
+#include "host/fen_err.h"
+#include "zebmail/diff.h"
+
+namespace zebmail {
+namespace {
+
+/// How many bytes at the beginning of `text` are better not printed as they are: a control
+/// character, of ASCII or of those that Unicode takes from Latin-1, or one that is invisible or
+/// turns the direction of what follows.
+std::size_t HiddenBytes(std::string_view text) {
+  const auto byte = [text](std::size_t index) {
+    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
+  };
+  const auto is_between = [](unsigned value, unsigned first, unsigned last) {
+    return first <= value && value <= last;
+  };
+  if (byte(0) < 0x20 || byte(0) == 0x7f) return 1;
+  if (byte(0) == 0xc2 && is_between(byte(1), 0x80, 0x9f)) return 2;
+  const bool is_format = (byte(1) == 0x80 && is_between(byte(2), 0x8b, 0x8f)) ||
+                         (byte(1) == 0x80 && is_between(byte(2), 0xa8, 0xae)) ||
+                         (byte(1) == 0x81 && is_between(byte(2), 0xa0, 0xaf));
+  return byte(0) == 0xe2 && is_format ? 3 : 0;
+}
+
+std::string Hexadecimal(std::string_view bytes) {
+  static constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string text;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += {'\\', 'x', kDigits[value / 16], kDigits[value % 16]};
+  }
+  return text;
+}
+
+/// Several lines, each as OneLine, each ending in a line feed.
+std::string Lines(std::string_view text) {
+  std::string lines;
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    lines += OneLine(text.substr(0, end)) + "\n";
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+  return lines;
+}
+
+/// How many columns `text` takes, counting each character of Unicode as one.
+std::size_t Width(const std::string& text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
+  }));
+}
+
+constexpr std::size_t kColumns = 5;
+using Row = std::array<std::string, kColumns>;
+
+std::string OrDash(const std::string& text) {
+  return text.empty() ? "-" : text;
+}
+
+/// `rows` with the columns two blanks apart and no blanks at the ends of lines.
+std::string Align(const std::vector<Row>& rows) {
+  std::array<std::size_t, kColumns> widths{};
+  for (const Row& row : rows) {
+    for (std::size_t column = 0; column < kColumns; ++column) {
+      widths[column] = std::max(widths[column], Width(row[column]));
+    }
+  }
+  std::string text;
+  for (const Row& row : rows) {
+    for (std::size_t column = 0; column + 1 < kColumns; ++column) {
+      text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
+    }
+    text += row.back() + "\n";
+  }
+  return text;
+}
+
+Json RehearsalAsJson(const panel::mail::Rehearsal& rehearsal) {
+  Json document = {{"files", Json::array()}, {"rows", Json::array()}, {"tools", rehearsal.tools}};
+  for (const auto& file : rehearsal.files) {
+    document["files"].push_back(
+        {{"path", file.path}, {"diff", UnifiedDiff(file.path, file.before, file.after)}});
+  }
+  for (const auto& row : rehearsal.rows) {
+    document["rows"].push_back({{"table", row.table}, {"what", row.what}, {"row", row.row}});
+  }
+  return document;
+}
+
+}  // namespace
+
+void PrintJson(const Json& document) {
+  std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+Json ToJson(const panel::mail::Domain& domain) {
+  return {{"name", domain.name},
+          {"active", domain.active},
+          {"defaction", domain.default_action},
+          {"redirect", domain.redirect},
+          {"ip", domain.ip}};
+}
+
+std::string ToText(const panel::mail::Domain& domain) {
+  return "name: " + OneLine(domain.name) + "\nactive: " + (domain.active ? "true" : "false") +
+         "\ndefaction: " + OneLine(domain.default_action) +
+         "\nredirect: " + OneLine(domain.redirect) + "\nip: " + OneLine(domain.ip) + "\n";
+}
+
+std::string ToTable(const std::vector<panel::mail::Domain>& domains) {
+  if (domains.empty()) return "";
+  std::vector<Row> rows = {{"NAME", "STATE", "DEFAULT ACTION", "REDIRECT", "IP"}};
+  for (const panel::mail::Domain& domain : domains) {
+    rows.push_back({OneLine(domain.name), domain.active ? "active" : "suspended",
+                    OneLine(domain.default_action), OrDash(OneLine(domain.redirect)),
+                    OrDash(OneLine(domain.ip))});
+  }
+  return Align(rows);
+}
+
+void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal) {
+  if (invocation.json) return PrintJson(RehearsalAsJson(rehearsal));
+  std::string text;
+  for (const auto& file : rehearsal.files) {
+    text += UnifiedDiff(file.path, file.before, file.after);
+  }
+  for (const auto& row : rehearsal.rows) {
+    text += "database: " + row.what + " " + row.table + ": " + OneLine(row.row) + "\n";
+  }
+  for (const std::string& tool : rehearsal.tools) text += "tool: " + OneLine(tool) + "\n";
+  std::cout << text;
+}
+
+void PrintError(const std::exception& error) {
+  const auto* known = dynamic_cast<const fen_err::Error*>(&error);
+  if (known == nullptr) {
+    std::cerr << "zebmail: failure: " << OneLine(error.what()) << "\n";
+    return;
+  }
+  const std::size_t end_of_value = known->value().find_last_not_of("\r\n") + 1;
+  const std::string value = known->value().substr(0, end_of_value);
+  const bool is_output = known->type() == "email" && value.find('\n') != std::string::npos;
+  std::string text = "zebmail: " + OneLine(known->type());
+  if (!known->object().empty()) text += ": " + OneLine(known->object());
+  if (!value.empty() && !is_output) text += ": " + OneLine(value);
+  text += "\n";
+  if (is_output) text += Lines(value);
+  if (const auto* partly = dynamic_cast<const panel::mail::PartlyDone*>(known)) {
+    text += Lines(partly->outstanding());
+  }
+  std::cerr << text;
+}
+
+void PrintWarning(const std::string& text) {
+  std::cerr << "zebmail: " << Lines(text);
+}
+
+std::string OneLine(std::string_view text) {
+  std::string line;
+  while (!text.empty()) {
+    const std::size_t hidden = HiddenBytes(text);
+    if (hidden == 0) {
+      line += text.front();
+    } else if (text.front() == '\n') {
+      line += "\\n";
+    } else if (text.front() == '\t') {
+      line += "\\t";
+    } else {
+      line += Hexadecimal(text.substr(0, hidden));
+    }
+    text.remove_prefix(std::max<std::size_t>(hidden, 1));
+  }
+  return line;
+}
+
+}  // namespace zebmail

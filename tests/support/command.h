@@ -1,0 +1,24 @@
+/// NAME
+///   command - run a program and keep what it said
+///
+/// HOW IT FAILS
+///   With std::system_error when the program cannot be started; its own failure is its status.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+struct CommandRun {
+  int status;          ///< the exit status, or 128 and the number of the signal that ended it
+  std::string output;  ///< all of its standard output
+  std::string errors;  ///< all of its standard error
+};
+
+/// Runs the program words[0] (looked up in PATH) with the rest of the words as its arguments,
+/// without a shell, and waits for it. It reads `input` as its standard input.
+CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input = "");
+
+}  // namespace test_support

@@ -74,6 +74,9 @@ class Params {
 
   Token::Type TypeOf(char character) const { return types_[static_cast<unsigned char>(character)]; }
 
+  /// Whether the character can be nothing but a part of a word.
+  bool IsPlain(char character) const { return plain_[static_cast<unsigned char>(character)]; }
+
   /// Whether a comment begins at `position` of `text`.
   bool IsComment(std::string_view text, std::size_t position) const {
     return !comment_.empty() && text[position] == comment_.front() &&
@@ -86,6 +89,7 @@ class Params {
 
   std::vector<std::unique_ptr<Rule>> rules_;
   std::array<Token::Type, 256> types_{};
+  std::array<bool, 256> plain_{};
   std::string comment_;
 };
 

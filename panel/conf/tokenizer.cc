@@ -38,6 +38,11 @@ void Comment::Apply(Params& params) const {
 void Params::Add(Rule* rule) {
   rules_.emplace_back(rule);
   rule->Apply(*this);
+  for (std::size_t code = 0; code < plain_.size(); ++code) {
+    const char character = static_cast<char>(code);
+    plain_[code] = types_[code] == Token::kWord && character != '\r' &&
+                   (comment_.empty() || character != comment_.front());
+  }
 }
 
 void Tokenizer::Start(std::string_view text, std::size_t line_offset) {
@@ -97,15 +102,24 @@ bool Tokenizer::EndsText(std::size_t position) const {
 std::size_t Tokenizer::EndOfToken(std::size_t position) const {
   if (EndsText(position)) return position;
   if (params_.TypeOf(text_[position]) == Token::kSingle) return position + 1;
-  while (!EndsText(position) && params_.TypeOf(text_[position]) == Token::kWord) ++position;
+  while (position < text_.size()) {
+    const char character = text_[position];
+    if (!params_.IsPlain(character) &&
+        (params_.TypeOf(character) != Token::kWord || EndsText(position))) {
+      break;
+    }
+    ++position;
+  }
   return position;
 }
 
 std::size_t Tokenizer::FindEnd(std::size_t position, const std::string& end,
                                bool through_comment) const {
-  while (!EndsLine(position) && text_.compare(position, end.size(), end) != 0 &&
-         (through_comment || !params_.IsComment(text_, position))) {
-    ++position;
+  for (; position < text_.size(); ++position) {
+    const char character = text_[position];
+    if (character == end.front() && text_.compare(position, end.size(), end) == 0) break;
+    if (params_.IsPlain(character)) continue;
+    if (EndsLine(position) || (!through_comment && params_.IsComment(text_, position))) break;
   }
   return position;
 }

@@ -113,7 +113,7 @@ std::string AsText(const Report& report) {
   for (const std::string& mended : report.mended) text += "mended: " + OneLine(mended) + "\n";
   for (const Finding& finding : report.findings) {
     text += OneLine(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
-            "; mend it with: " + OneLine(finding.mend) + "\n";
+            "; mend: " + OneLine(finding.mend) + "\n";
   }
   if (report.findings.empty()) text += "nothing is wrong\n";
   return text;

@@ -82,47 +82,47 @@ void Connection::Open(const Location& location) {
 }
 
 void Connection::SetUpSqlite() {
-  session_ << "PRAGMA busy_timeout = " + std::to_string(patience_.count());
-  std::string journal_mode;
-  session_ << "PRAGMA journal_mode = WAL", soci::into(journal_mode);
-  if (journal_mode != "wal") {
+  Run("PRAGMA busy_timeout = " + std::to_string(patience_.count()));
+  if (Run("PRAGMA journal_mode = WAL").Cell(0) != "wal") {
     throw soci::soci_error("its file system cannot hold a write-ahead log; use a local disk");
   }
-  session_ << "PRAGMA foreign_keys = ON";
+  Run("PRAGMA foreign_keys = ON");
 }
 
 void Connection::SetUpPostgresql() {
-  session_ << "SET client_min_messages = error";
-  session_ << "SET client_encoding = 'UTF8'";
-  session_ << "SET standard_conforming_strings = on";
-  session_ << "SET lock_timeout = " + std::to_string(patience_.count());
+  Run("SET client_min_messages = error");
+  Run("SET client_encoding = 'UTF8'");
+  Run("SET standard_conforming_strings = on");
+  Run("SET lock_timeout = " + std::to_string(patience_.count()));
 }
 
 Rows Connection::Query(const std::string& sql, long long* affected) {
   const std::lock_guard lock(mutex_);
-  return Guard(sql, [&] {
-    soci::statement statement(session_);
-    statement.alloc();
-    statement.prepare(sql, soci::details::st_one_time_query);
-    const int columns = statement.get_backend()->prepare_for_describe();
+  return Guard(sql, [&] { return Run(sql, affected); });
+}
 
-    std::vector<std::string> cells(static_cast<std::size_t>(columns));
-    std::vector<soci::indicator> indicators(cells.size(), soci::i_ok);
+Rows Connection::Run(const std::string& sql, long long* affected) {
+  soci::statement statement(session_);
+  statement.alloc();
+  statement.prepare(sql, soci::details::st_one_time_query);
+  const int columns = statement.get_backend()->prepare_for_describe();
+
+  std::vector<std::string> cells(static_cast<std::size_t>(columns));
+  std::vector<soci::indicator> indicators(cells.size(), soci::i_ok);
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    statement.exchange(soci::into(cells[i], indicators[i]));
+  }
+  statement.define_and_bind();
+
+  Rows rows(cells.size());
+  bool has_row = statement.execute(true);
+  if (affected != nullptr) *affected = statement.get_affected_rows();
+  for (; has_row && !cells.empty(); has_row = statement.fetch()) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
-      statement.exchange(soci::into(cells[i], indicators[i]));
+      rows.Add(indicators[i] == soci::i_null ? std::string_view() : cells[i]);
     }
-    statement.define_and_bind();
-
-    Rows rows(cells.size());
-    bool has_row = statement.execute(true);
-    if (affected != nullptr) *affected = statement.get_affected_rows();
-    for (; has_row && !cells.empty(); has_row = statement.fetch()) {
-      for (std::size_t i = 0; i < cells.size(); ++i) {
-        rows.Add(indicators[i] == soci::i_null ? std::string_view() : cells[i]);
-      }
-    }
-    return rows;
-  });
+  }
+  return rows;
 }
 
 void Connection::Begin(Journal& journal) {
@@ -154,7 +154,7 @@ void Connection::Rollback() noexcept {
   journal_ = nullptr;
   TouchAll();
   try {
-    session_ << "ROLLBACK";
+    Run("ROLLBACK");
   } catch (const std::exception&) {
     // The database has given the transaction up by itself: after a full disk, a lost connection.
   }

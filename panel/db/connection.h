@@ -84,6 +84,7 @@ class Connection {
   void Open(const Location& location);
   void SetUpSqlite();
   void SetUpPostgresql();
+  Rows Run(const std::string& sql, long long* affected = nullptr);
   void RequireUnspoiled(const std::string& sql) const;
   [[noreturn]] void Fail(const std::string& sql, const soci::soci_error& error);
   std::string Words(const soci::soci_error& error) const;

@@ -70,6 +70,9 @@ Transaction::~Transaction() {
 }
 
 void Transaction::Commit() {
+  if (connection_.journal() != journal_.get()) {
+    throw fen_err::Error("database", connection_.name(), "the transaction is over already");
+  }
   connection_.Commit();
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include <idn2.h>
 
@@ -12,14 +13,12 @@
 namespace fen_db {
 namespace {
 
-constexpr int kRules = IDN2_NONTRANSITIONAL | IDN2_USE_STD3_ASCII_RULES;
-
 using Converter = int (*)(const char*, char**, int);
 
 std::optional<std::string> Convert(Converter converter, const std::string& text) {
   if (text.find('\0') != std::string::npos) return std::nullopt;
   char* converted = nullptr;
-  const int result = converter(text.c_str(), &converted, kRules);
+  const int result = converter(text.c_str(), &converted, IDN2_NONTRANSITIONAL);
   const std::unique_ptr<char, void (*)(void*)> owner(converted, idn2_free);
   if (result != IDN2_OK) return std::nullopt;
   return converted;
@@ -32,11 +31,19 @@ bool IsFinal(const std::string& text) {
   });
 }
 
+/// Whether the text is made of the characters of host names, and of the underscore. There are signs
+/// whose mapping holds others: U+2100 would turn into "a/c".
+bool IsHostName(const std::string& text) {
+  static constexpr std::string_view kTaken = "abcdefghijklmnopqrstuvwxyz0123456789-._";
+  return text.find_first_not_of(kTaken) == std::string::npos;
+}
+
 }  // namespace
 
 std::string IdnField::Stored(const std::string& value) const {
   if (IsFinal(value)) return value;
-  return Convert(idn2_to_ascii_8z, value).value_or(value);
+  const std::optional<std::string> ascii = Convert(idn2_to_ascii_8z, value);
+  return ascii && IsHostName(*ascii) ? *ascii : value;
 }
 
 /// A name in Unicode that would not lead back to the stored one could pass for another domain.

@@ -3,20 +3,38 @@
 
 #include "panel/mail/advice.h"
 
-#include "panel/conf/pending.h"
+#include <cstdlib>
+#include <memory>
+
+#include <cxxabi.h>
+
 #include "panel/module/config.h"
 
 namespace panel::mail {
+namespace {
+
+/// Tables are registered under the compiler's name of their class.
+std::string ReadableName(const std::string& table) {
+  int status = 0;
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(table.c_str(), nullptr, nullptr, &status), std::free);
+  return name ? name.get() : table;
+}
+
+}  // namespace
 
 std::string FixCommand() {
   return "zebmail --config " + CurrentConfig().file.string() + " check --fix";
 }
 
+std::string DescribeOutstandingTool(const conf::PendingWork& work) {
+  return "was saved, but the tool of " + ReadableName(work.table) + " has not succeeded since";
+}
+
 std::string DescribePendingWork() {
   std::string lines;
   for (const conf::PendingWork& work : conf::ListPendingWork()) {
-    lines +=
-        "outstanding: " + work.path + " is saved, but the tool that follows has not succeeded\n";
+    lines += "outstanding: " + work.path + " " + DescribeOutstandingTool(work) + "\n";
   }
   return lines;
 }

@@ -5,10 +5,15 @@
 
 #include <string>
 
+#include "panel/conf/pending.h"
+
 namespace panel::mail {
 
 /// The command that makes up for outstanding work of the panel in use.
 std::string FixCommand();
+
+/// What is outstanding, behind the path of the file: the tool of which table.
+std::string DescribeOutstandingTool(const conf::PendingWork& work);
 
 /// The outstanding after-save actions, one line each; empty when there are none.
 std::string DescribePendingWork();

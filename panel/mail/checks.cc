@@ -35,7 +35,7 @@ Findings CheckPendingWork() {
   for (const conf::PendingWork& work : conf::ListPendingWork()) {
     findings.push_back({"pending",
                         work.path,
-                        "was saved, but the tool that follows did not succeed",
+                        DescribeOutstandingTool(work),
                         "Postfix still works with what was there before",
                         FixCommand(),
                         {}});

@@ -40,10 +40,10 @@ struct Domain {
 
 /// What a change says about a domain. What it leaves out stays as it is.
 struct DomainSettings {
-  std::optional<std::string> default_action;
-  std::optional<std::string> redirect;
-  std::optional<std::string> ip;      ///< the empty text unbinds
-  std::optional<std::int64_t> owner;  ///< key of the panel's user, 0 for none
+  std::optional<std::string> default_action{};
+  std::optional<std::string> redirect{};
+  std::optional<std::string> ip{};      ///< the empty text unbinds
+  std::optional<std::int64_t> owner{};  ///< key of the panel's user, 0 for none
 };
 
 class MailModule {

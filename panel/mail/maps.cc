@@ -17,8 +17,10 @@ namespace {
 
 std::string Run(const std::string& what, const std::string& command) {
   const fen_proc::Execute tool(command, fen_proc::Execute::kWaitAndCapture);
-  if (tool.Result() != 0) throw fen_err::Error("email", what, tool.Str());
-  return tool.Str();
+  std::string output = tool.Str();
+  output.erase(output.find_last_not_of(" \r\n") + 1);
+  if (tool.Result() != 0) throw fen_err::Error("email", what, output);
+  return output;
 }
 
 /// postconf with the options that postmap is configured with, so that it reads the same main.cf.
@@ -48,8 +50,8 @@ std::string MapSuffix() {
   static const std::map<std::string, std::string> suffixes = {{"hash", ".db"},   {"btree", ".db"},
                                                               {"lmdb", ".lmdb"}, {"cdb", ".cdb"},
                                                               {"dbm", ".dir"},   {"sdbm", ".dir"}};
-  std::string type = Run("postconf", PostconfCommand());
-  type.erase(type.find_last_not_of(" \r\n") + 1);
+  const std::string output = Run("postconf", PostconfCommand());
+  const std::string type = output.substr(output.rfind('\n') + 1);  // warnings come before it
   const auto suffix = suffixes.find(type);
   if (suffix == suffixes.end()) {
     throw fen_err::Error("email", "postconf",

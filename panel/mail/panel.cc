@@ -150,7 +150,8 @@ void Panel::MakeUpPendingWork() {
   try {
     conf::MakeUpPendingWork();
   } catch (const std::exception& error) {
-    failure = std::string(error.what()) + "\n";
+    failure = std::string("outstanding work failed again: ") + error.what();
+    failure.erase(failure.find_last_not_of('\n') + 1) += '\n';
   }
   const std::string pending = DescribePendingWork();
   if (pending.empty() && failure.empty()) return;
@@ -176,7 +177,6 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction) {
 }
 
 void Panel::Warn(const std::string& text) const {
-  Log("mail", text);
   if (notices_.warning) notices_.warning(text);
 }
 

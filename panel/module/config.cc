@@ -22,7 +22,7 @@
 namespace panel {
 namespace {
 
-constexpr std::int64_t kLongestToolTimeout = 24 * 60 * 60;
+constexpr std::int64_t kLongestToolTimeout = std::int64_t{24} * 60 * 60;
 
 std::string ReadFile(const std::filesystem::path& file) {
   const auto fail = [&file] {

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -55,7 +56,7 @@ bool IsDeclared(const std::string& channel) {
 }
 
 void WriteToStandardError(const std::string& channel, const std::string& line) {
-  std::fputs(("[" + channel + "] " + line + "\n").c_str(), stderr);
+  std::cerr << "[" + channel + "] " + line + "\n";
 }
 
 /// Makes sure that the file is there with its mode and can be written.
@@ -70,7 +71,7 @@ Sink Open(const std::filesystem::path& file) {
   const auto buffer = std::make_shared_for_overwrite<char[]>(kBufferSize);
   handlers.after_open = [buffer](const spdlog::filename_t&, std::FILE* stream) {
     fcntl(fileno(stream), F_SETFD, FD_CLOEXEC);
-    std::setvbuf(stream, buffer.get(), _IOFBF, kBufferSize);
+    static_cast<void>(std::setvbuf(stream, buffer.get(), _IOFBF, kBufferSize));
   };
   try {
     auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(file.string(), false, handlers);

@@ -58,14 +58,4 @@ class PlainBackEnd : public email::SendmailLikeInterface {
   std::string FromListVal(const std::string& key) override { return "value-of-" + key; }
 };
 
-/// A domain row as the mail module hands it over.
-inline std::shared_ptr<zeb_db::EmailDomainTable> DomainRow(const std::string& name,
-                                                           const std::string& defaction = "error") {
-  auto row = std::make_shared<zeb_db::EmailDomainTable>();
-  row->name = name;
-  row->defaction = defaction;
-  row->active = true;
-  return row;
-}
-
 }  // namespace test_support

@@ -18,6 +18,15 @@ using DomainPtr = std::shared_ptr<zeb_db::EmailDomainTable>;
 using MailboxPtr = std::shared_ptr<zeb_db::EmailTable>;
 using ResponderPtr = std::shared_ptr<zeb_db::EmailResponderTable>;
 
+/// A domain row without a database behind it, as the mail module hands it over.
+inline DomainPtr DomainRow(const std::string& name, const std::string& defaction = "error") {
+  auto row = std::make_shared<zeb_db::EmailDomainTable>();
+  row->name = name;
+  row->defaction = defaction;
+  row->active = true;
+  return row;
+}
+
 class Rows {
  public:
   explicit Rows(const TestPanel& panel) : database_(panel.config().database) {}

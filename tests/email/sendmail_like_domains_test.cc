@@ -9,6 +9,7 @@
 #include "host/fen_err.h"
 #include "tests/email/error_of.h"
 #include "tests/email/plain_back_end.h"
+#include "tests/email/rows.h"
 #include "tests/support/test_panel.h"
 
 namespace {

@@ -130,7 +130,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Name{"XN--BCHER-KVA.example", "xn--bcher-kva.example", "bücher.example"},
                     Name{"straße.example", "xn--strae-oqa.example", "straße.example"},
                     Name{"", "", ""}, Name{kTooLong, kTooLong, kTooLong},
-                    Name{"Foo_Bar.example", "Foo_Bar.example", "Foo_Bar.example"},
+                    Name{"Foo_Bar.example", "foo_bar.example", "foo_bar.example"},
+                    Name{"a\u2100b.example", "a\u2100b.example", "a\u2100b.example"},
+                    Name{"A*b.example", "A*b.example", "A*b.example"},
+                    Name{"-A.example", "-A.example", "-A.example"},
                     Name{"caf\xe9.example", "caf\xe9.example", "caf\xe9.example"}));
 
 TEST(DatabaseFields, KeepADomainNameWithANulAsItIs) {

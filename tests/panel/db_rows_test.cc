@@ -26,7 +26,7 @@ class DatabaseRows : public db_test::OnEachDatabase {
 INSTANTIATE_TEST_SUITE_P(On, DatabaseRows, db_test::EachDatabase(), db_test::NameOfKind);
 
 TEST_P(DatabaseRows, KeepEveryColumn) {
-  const auto domain = cache().Get<zeb_db::EmailDomainTable>();
+  auto domain = cache().Get<zeb_db::EmailDomainTable>();
   domain->New();
   domain->name = "Bücher.example";
   domain->active = false;
@@ -37,7 +37,7 @@ TEST_P(DatabaseRows, KeepEveryColumn) {
   domain->tag = -2147483648;
   domain->Post();
   const std::string key = domain->id.Str();
-  Close();
+  domain.reset();
 
   Reopen();
   const auto again = cache().Get<zeb_db::EmailDomainTable>(key);
@@ -381,8 +381,13 @@ TEST_P(DatabaseRows, AreWrittenAgainAfterAStatementThatFailed) {
   EXPECT_EQ(RowsOf("SELECT name FROM email"), "info\n");
 }
 
-TEST_P(DatabaseRows, OfAnyNumberTakeOnePreparedStatementEach) {
-  if (IsSqlite()) GTEST_SKIP() << "only PostgreSQL tells which statements are prepared";
+/// Only PostgreSQL tells which statements are prepared.
+class PreparedStatements : public db_test::OnEachDatabase {};
+
+INSTANTIATE_TEST_SUITE_P(On, PreparedStatements, testing::Values("Postgresql"),
+                         db_test::NameOfKind);
+
+TEST_P(PreparedStatements, ServeAnyNumberOfRows) {
   const std::int64_t domain = AddDomain("example.org");
   const auto mailbox = cache().Get<zeb_db::EmailTable>();
   for (int i = 0; i < 50; ++i) {

@@ -241,7 +241,8 @@ TEST_P(DatabaseTransaction, IsNotSpoiledByAMissingRow) {
 TEST_P(DatabaseTransaction, ThatIsOverCannotBeCommittedAgain) {
   Transaction transaction(database());
   transaction.Commit();
-  EXPECT_NE(ErrorOf([&] { transaction.Commit(); }), "no error");
+  EXPECT_EQ(ErrorOf([&] { transaction.Commit(); }),
+            "database: " + url() + ": the transaction is over already");
 }
 
 }  // namespace

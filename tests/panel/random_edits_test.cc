@@ -5,12 +5,12 @@
 ///   Thousands of random edits on small files, compared after each one with a list of lines that is
 ///   kept by the simplest code there is. A failure prints the seed that repeats it.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "panel/conf/cache.h"
 #include "panel/conf/key_index.h"
@@ -40,7 +40,7 @@ class RandomEdits : public testing::TestWithParam<unsigned> {
   }
 
   std::string NewLine() {
-    static const std::vector<std::string> lines = {"# comment\n", "\n",   "  continued\n",
+    static const std::vector<std::string> lines = {"# comment\n", "\n",    "  continued\n",
                                                    "+list a,b\n", " \t\n", "odd+line\n"};
     if (Below(3) == 0) return lines[Below(lines.size())];
     return "k" + std::to_string(Below(8)) + " " + std::to_string(Below(1000)) + "\n";

@@ -1,10 +1,10 @@
 /// NAME
 ///   table_lines_test - changing single values of a file and nothing else
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "host/fen_err.h"
 #include "tests/panel/sample_table.h"
@@ -329,28 +329,27 @@ TEST_P(Hostile, ChangeOfARecordIsRefusedAndNothingChanges) {
   EXPECT_EQ(Text(), "fruit apple # sweet\r\nnut hazel");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, Hostile,
-    testing::Values(HostileCase{"LineFeed", "k", "a\nroot evil", "value"},
-                    HostileCase{"LineFeedAtEnd", "k", "a\n", "value"},
-                    HostileCase{"CarriageReturn", "k", "a\rb", "value"},
-                    HostileCase{"Nul", "k", std::string("a\0b", 3), "value"},
-                    HostileCase{"Escape", "k", "a\x1b[2J", "value"},
-                    HostileCase{"Delete", "k", "a\x7f", "value"},
-                    HostileCase{"Comment", "k", "a # b", "value"},
-                    HostileCase{"LeadingBlank", "k", " a", "value"},
-                    HostileCase{"TrailingBlank", "k", "a ", "value"},
-                    HostileCase{"TrailingTab", "k", "a\t", "value"},
-                    HostileCase{"EmptyKey", "", "a", "key"},
-                    HostileCase{"BlankInKey", "a b", "c", "key"},
-                    HostileCase{"TabInKey", "a\tb", "c", "key"},
-                    HostileCase{"LineFeedInKey", "a\nb", "c", "key"},
-                    HostileCase{"NulInKey", std::string("a\0", 2), "c", "key"},
-                    HostileCase{"CommentAsKey", "#a", "c", "key"},
-                    HostileCase{"CommentInKey", "a#b", "c", "key"},
-                    HostileCase{"KeyOfAnotherType", "+a", "c", "key"},
-                    HostileCase{"SingleCharacterInKey", "a+b", "c", "key"}),
-    [](const auto& info) { return info.param.what; });
+INSTANTIATE_TEST_SUITE_P(Values, Hostile,
+                         testing::Values(HostileCase{"LineFeed", "k", "a\nroot evil", "value"},
+                                         HostileCase{"LineFeedAtEnd", "k", "a\n", "value"},
+                                         HostileCase{"CarriageReturn", "k", "a\rb", "value"},
+                                         HostileCase{"Nul", "k", std::string("a\0b", 3), "value"},
+                                         HostileCase{"Escape", "k", "a\x1b[2J", "value"},
+                                         HostileCase{"Delete", "k", "a\x7f", "value"},
+                                         HostileCase{"Comment", "k", "a # b", "value"},
+                                         HostileCase{"LeadingBlank", "k", " a", "value"},
+                                         HostileCase{"TrailingBlank", "k", "a ", "value"},
+                                         HostileCase{"TrailingTab", "k", "a\t", "value"},
+                                         HostileCase{"EmptyKey", "", "a", "key"},
+                                         HostileCase{"BlankInKey", "a b", "c", "key"},
+                                         HostileCase{"TabInKey", "a\tb", "c", "key"},
+                                         HostileCase{"LineFeedInKey", "a\nb", "c", "key"},
+                                         HostileCase{"NulInKey", std::string("a\0", 2), "c", "key"},
+                                         HostileCase{"CommentAsKey", "#a", "c", "key"},
+                                         HostileCase{"CommentInKey", "a#b", "c", "key"},
+                                         HostileCase{"KeyOfAnotherType", "+a", "c", "key"},
+                                         HostileCase{"SingleCharacterInKey", "a+b", "c", "key"}),
+                         [](const auto& hostile) { return hostile.param.what; });
 
 TEST_F(TableLines, APatternIsFilledInByFieldNameOnceAndNeverInsideAValue) {
   auto pattern = Open<Pattern>();

@@ -1,10 +1,10 @@
 /// NAME
 ///   tokenizer_test - tokens of single lines
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "host/fen_err.h"
 #include "host/fen_token.h"

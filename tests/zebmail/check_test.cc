@@ -1,0 +1,178 @@
+/// NAME
+///   check_test - what `zebmail check` finds and mends
+
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/zebmail/own_panel.h"
+
+namespace zebmail_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Postmap(const OwnPanel& panel, const std::string& table) {
+  return "/usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Path("panel/mail/" + table);
+}
+
+/// Makes the map of `table` older than its text.
+void MakeStale(const OwnPanel& panel, const std::string& table) {
+  const fs::path map = panel.Path("panel/mail/" + table + ".db");
+  fs::last_write_time(map, fs::last_write_time(map) - std::chrono::hours(1));
+}
+
+TEST(Check, FindsNothingWrongWithNewPanel) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+  EXPECT_EQ(panel.Do({"check", "--quiet"}), "");
+  EXPECT_EQ(panel.Do({"check", "--json"}),
+            "{\n  \"ok\": true,\n  \"findings\": [],\n  \"mended\": []\n}\n");
+}
+
+TEST(Check, FindsAndMendsStaleAndMissingMaps) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  MakeStale(panel, "virtusertable");
+  fs::remove(panel.Path("panel/mail/aliases.db"));
+  const std::string virtusertable = panel.Path("panel/mail/virtusertable.db");
+  const std::string aliases = panel.Path("panel/mail/aliases.db");
+  const std::string postalias =
+      "/usr/sbin/postalias -c " + panel.Path("config") + " " + panel.Path("panel/mail/aliases");
+
+  const CommandRun found = panel.Run({"check"});
+  EXPECT_EQ(found.status, 1);
+  EXPECT_EQ(found.output,
+            virtusertable +
+                " is missing or older than its text; Postfix works with an earlier text, or with "
+                "none; mend: " +
+                Postmap(panel, "virtusertable") + "\n" + aliases +
+                " is missing or older than its text; Postfix works with an earlier text, or with "
+                "none; mend: " +
+                postalias + "\n");
+
+  EXPECT_EQ(panel.Do({"check", "--fix"}),
+            "mended: " + virtusertable + ": " + Postmap(panel, "virtusertable") +
+                "\nmended: " + aliases + ": " + postalias + "\nnothing is wrong\n");
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(Check, ReportsAsJson) {
+  const OwnPanel panel;
+  panel.Unconfigure("postfix-bin");
+
+  const CommandRun run = panel.Run({"--json", "check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output,
+            "{\n"
+            "  \"ok\": false,\n"
+            "  \"findings\": [\n"
+            "    {\n"
+            "      \"check\": \"path\",\n"
+            "      \"object\": \"postfix-bin\",\n"
+            "      \"what\": \"is not configured\",\n"
+            "      \"why\": \"Postfix is not told to read its local host names and services "
+            "anew\",\n"
+            "      \"mend\": \"set postfix-bin under [path] in " +
+                panel.config() +
+                "\"\n"
+                "    }\n"
+                "  ],\n"
+                "  \"mended\": []\n"
+                "}\n");
+}
+
+TEST(Check, AsksForTheTypeOfTheMaps) {
+  const OwnPanel panel;
+  panel.SetMainCf(panel.MainCf() + "default_database_type = lmdb\n");
+
+  const CommandRun run = panel.Run({"check"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, testing::StartsWith(panel.Path("panel/mail/virtusertable.lmdb") +
+                                              " is missing or older than its text; "));
+
+  panel.Run({"check", "--fix"});
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(Check, FindsFileThatCannotBeRead) {
+  const OwnPanel panel;
+  fs::remove(panel.Path("panel/mail/domainips"));
+
+  const CommandRun run = panel.Run({"check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output,
+            panel.Path("panel/mail/domainips") +
+                " cannot be read: No such file or directory; no domain can be bound to "
+                "an address; mend: put the file in place or set postfix-domainips under "
+                "[path] in " +
+                panel.config() + "\n");
+}
+
+TEST(Check, FindsToolThatCannotBeRun) {
+  const OwnPanel panel;
+  panel.Configure("postfix-postalias", "/nonexistent/postalias");
+
+  const CommandRun run = panel.Run({"check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output,
+            "postfix-postalias /nonexistent/postalias cannot be run: No such file or "
+            "directory; changes of the aliases do not reach Postfix; mend: set "
+            "postfix-postalias under [path] in " +
+                panel.config() + "\n");
+}
+
+TEST(Check, FindsDeliveryAliasesMissingAndMendsThem) {
+  const OwnPanel panel;
+  const std::string aliases = panel.Table("aliases");
+  panel.SetTable("aliases", "");
+  test_support::RunCommand(
+      {"/usr/sbin/postalias", "-c", panel.Path("config"), panel.Path("panel/mail/aliases")});
+
+  const CommandRun run = panel.Run({"check"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, panel.Path("panel/mail/aliases") +
+                            " lacks entries that the panel relies on; mail is not delivered as the "
+                            "panel says; mend: zebmail --config " +
+                            panel.config() + " check --fix\n");
+  EXPECT_EQ(panel.Table("aliases"), "");
+
+  EXPECT_EQ(panel.Run({"check", "--fix"}).status, 0);
+  EXPECT_EQ(panel.Table("aliases"), aliases);
+}
+
+TEST(Check, FindsModulesThatCannotBeSetUp) {
+  const OwnPanel panel;
+  fs::create_directory(panel.Path("modules"));
+  panel.folder().WriteText("modules/broken.so", "no object");
+  panel.Configure("module_dir", panel.Path("modules"));
+
+  const CommandRun run = panel.Run({"check", "--json"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, testing::HasSubstr("\"check\": \"modules\""));
+  EXPECT_THAT(run.output, testing::HasSubstr(panel.Path("modules/broken.so")));
+}
+
+TEST(Check, ChangesNothingWithoutFix) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  MakeStale(panel, "virtusertable");
+  panel.SetTable("aliases", "");
+  const auto before = Snapshot(panel.folder().path());
+
+  panel.Run({"check"});
+  panel.Run({"--dry-run", "check", "--fix"});
+
+  EXPECT_EQ(Snapshot(panel.folder().path()), before);
+}
+
+}  // namespace
+}  // namespace zebmail_test

@@ -1,0 +1,141 @@
+/// NAME
+///   dry_run_test - a change that is shown and not made
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/zebmail/own_panel.h"
+
+namespace zebmail_test {
+namespace {
+
+std::string Postmap(const OwnPanel& panel, const std::string& table) {
+  return "/usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Path("panel/mail/" + table);
+}
+
+TEST(DryRun, ShowsDiffsRowsAndTools) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  const std::string virtusertable = panel.Path("panel/mail/virtusertable");
+  const std::string names = panel.Path("panel/mail/local-host-names");
+
+  EXPECT_EQ(panel.Do({"--dry-run", "domain", "create", "b.example", "--default-action", "ignore"}),
+            "--- " + virtusertable + "\n+++ " + virtusertable +
+                "\n"
+                "@@ -1 +1,2 @@\n"
+                " @a.example\tpostfix_err_nouser\n"
+                "+@b.example\tdevnull\n"
+                "--- " +
+                names + "\n+++ " + names +
+                "\n"
+                "@@ -1 +1,2 @@\n"
+                " a.example\n"
+                "+b.example\n"
+                "database: insert email_domain: name=b.example active=true defaction=ignore\n"
+                "tool: " +
+                Postmap(panel, "virtusertable") + "\ntool: " + panel.postfix().path() +
+                " reload\n");
+}
+
+TEST(DryRun, PrintsOneJsonDocument) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  const std::string access = panel.Path("panel/mail/access");
+
+  EXPECT_EQ(panel.Do({"--dry-run", "--json", "domain", "suspend", "a.example"}),
+            "{\n"
+            "  \"files\": [\n"
+            "    {\n"
+            "      \"path\": \"" +
+                access +
+                "\",\n"
+                "      \"diff\": \"--- " +
+                access + "\\n+++ " + access +
+                "\\n@@ -0,0 +1 @@\\n+a.example\\t550 Account disabled\\n\"\n"
+                "    }\n"
+                "  ],\n"
+                "  \"rows\": [\n"
+                "    {\n"
+                "      \"table\": \"email_domain\",\n"
+                "      \"what\": \"update\",\n"
+                "      \"row\": \"id=1 name=a.example active=true -> false\"\n"
+                "    }\n"
+                "  ],\n"
+                "  \"tools\": [\n"
+                "    \"" +
+                Postmap(panel, "access") +
+                "\"\n"
+                "  ]\n"
+                "}\n");
+}
+
+TEST(DryRun, OfEachCommandChangesNothing) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org", "--ip", "192.0.2.10"});
+  const auto before = Snapshot(panel.folder().path());
+  const std::vector<std::vector<std::string>> changes = {
+      {"domain", "create", "a.example", "--ip", "192.0.2.11"},
+      {"domain", "update", "example.org", "--default-action", "ignore", "--ip", ""},
+      {"domain", "suspend", "example.org"},
+      {"domain", "resume", "example.org"},
+      {"domain", "delete", "example.org"},
+      {"check", "--fix"},
+      {"init", "--root", panel.Path("panel")},
+      {"init", "--root", panel.Path("other")},
+  };
+  for (std::vector<std::string> words : changes) {
+    if (words.front() == "init") {
+      words.insert(words.begin(), "--dry-run");
+      EXPECT_EQ(Zebmail(words).status, 0) << testing::PrintToString(words);
+    } else {
+      words.insert(words.begin() + 1, "--dry-run");
+      panel.Do(words);
+    }
+
+    EXPECT_EQ(Snapshot(panel.folder().path()), before) << testing::PrintToString(words);
+  }
+}
+
+TEST(DryRun, FailsAsTheChangeWould) {
+  const OwnPanel panel;
+
+  const CommandRun run = panel.Run({"--dry-run", "domain", "suspend", "example.org"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: missing: domain: example.org\n");
+}
+
+TEST(DryRun, ShowsEntriesThatThePanelWouldPutThere) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  panel.SetTable("aliases", "root: admin\n");
+  const std::string aliases = panel.Path("panel/mail/aliases");
+
+  const std::string shown = panel.Do({"--dry-run", "domain", "update", "a.example"});
+
+  EXPECT_EQ(shown, "--- " + aliases + "\n+++ " + aliases +
+                       "\n"
+                       "@@ -1 +1,3 @@\n"
+                       " root: admin\n"
+                       "+postfix_err_nouser:\t\"| exit 67\"\n"
+                       "+devnull:\t\"/dev/null\"\n"
+                       "tool: /usr/sbin/postalias -c " +
+                       panel.Path("config") + " " + aliases + "\n");
+  EXPECT_EQ(panel.Table("aliases"), "root: admin\n");
+}
+
+TEST(DryRun, ShowsTextThatIsNotUtf8) {
+  const OwnPanel panel;
+  panel.SetTable("virtusertable", "# caf\xe9\n");
+
+  const std::string text = panel.Do({"--dry-run", "domain", "create", "a.example"});
+  const std::string json = panel.Do({"--dry-run", "--json", "domain", "create", "a.example"});
+
+  EXPECT_NE(text.find(" # caf\xe9\n"), std::string::npos) << text;
+  EXPECT_NE(json.find(" # caf\uFFFD\\n"), std::string::npos) << json;
+}
+
+}  // namespace
+}  // namespace zebmail_test

@@ -1,0 +1,82 @@
+/// NAME
+///   own_panel - a panel made and run by the command, as a user does it
+///
+/// PURPOSE
+///   Runs the built zebmail in a temporary folder, on a panel that `zebmail init` made there.
+///   postmap and postalias are the real ones, on a Postfix configuration in the same folder; the
+///   Postfix command is a recording stand-in, since no Postfix runs.
+
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/command.h"
+#include "tests/support/recording_tool.h"
+#include "tests/support/temp_folder.h"
+
+namespace zebmail_test {
+
+using test_support::CommandRun;
+
+/// The command with these words behind it, and without a configuration in the environment.
+CommandRun Zebmail(const std::vector<std::string>& words);
+
+/// Every file below `folder` with its text, folders with an empty one and a "/" at their end.
+std::map<std::string, std::string> Snapshot(const std::filesystem::path& folder);
+
+/// A Postfix configuration for the tools, and the stand-in for the Postfix command.
+class PostfixFolder {
+ public:
+  PostfixFolder();
+
+  const test_support::TempFolder& folder() const noexcept { return folder_; }
+  std::string Path(const std::string& name) const { return folder_.Path(name).string(); }
+
+  /// The main.cf of the tools.
+  std::string MainCf() const { return folder_.ReadText("config/main.cf"); }
+  void SetMainCf(const std::string& text) const;
+
+  const test_support::RecordingTool& postfix() const noexcept { return postfix_; }
+
+  /// The words of an init of a panel in the folder "panel".
+  std::vector<std::string> InitWords() const;
+
+ private:
+  test_support::TempFolder folder_;
+  test_support::RecordingTool postfix_;
+};
+
+/// A panel that is made already.
+class OwnPanel : public PostfixFolder {
+ public:
+  OwnPanel();
+
+  std::string config() const { return Path("panel/zebmail.toml"); }
+
+  /// Runs the command on this panel.
+  CommandRun Run(std::vector<std::string> words) const;
+
+  /// Runs the command, which must succeed.
+  std::string Do(const std::vector<std::string>& words) const;
+
+  /// The whole text of the table file `name`, such as "virtusertable".
+  std::string Table(const std::string& name) const;
+  void SetTable(const std::string& name, const std::string& text) const;
+
+  /// The four tables that domains are written to, each below a line with its name.
+  std::string Tables() const;
+
+  /// What stands for `key` in the built map of the table `name`.
+  std::string Lookup(const std::string& name, const std::string& key) const;
+
+  /// Gives the path `name` another value in the configuration, or takes its line out.
+  void Configure(const std::string& name, const std::string& value) const;
+  void Unconfigure(const std::string& name) const;
+
+ private:
+  void ReplaceLine(const std::string& name, const std::string& line) const;
+};
+
+}  // namespace zebmail_test

@@ -52,89 +52,12 @@ int ChoosePort() {
   }
 }
 
-std::string MainCf(const std::string& folder, const std::string& type) {
-  return "compatibility_level = 3.6\n"
-         "myhostname = mail.test\n"
-         "myorigin = $myhostname\n"
-         "queue_directory = " +
-         folder +
-         "/queue\n"
-         "data_directory = ../data\n"
-         "mail_spool_directory = ../spool\n"
-         "maillog_file = " +
-         folder +
-         "/mail.log\n"
-         "maillog_file_prefixes = " +
-         folder +
-         "\n"
-         "inet_interfaces = 127.0.0.1\n"
-         "inet_protocols = ipv4\n"
-         "default_database_type = " +
-         type +
-         "\n"
-         "biff = no\n"
-         "\n"
-         "disable_dns_lookups = yes\n"
-         "smtp_host_lookup = native\n"
-         "smtpd_peername_lookup = no\n"
-         "smtpd_error_sleep_time = 0\n"
-         "relayhost = [127.0.0.1]:1\n"
-         "default_transport = discard:not local\n"
-         "relay_transport = discard:not local\n"
-         "\n"
-         "mydestination = " +
-         folder +
-         "/mail/local-host-names, $myhostname, localhost\n"
-         "virtual_alias_maps = " +
-         type + ":" + folder +
-         "/mail/virtusertable\n"
-         "alias_maps = " +
-         type + ":" + folder +
-         "/mail/aliases\n"
-         "sender_dependent_default_transport_maps = regexp:" +
-         folder +
-         "/mail/domainips\n"
-         "smtpd_relay_restrictions = reject_unauth_destination\n"
-         "smtpd_client_restrictions = check_client_access\n"
-         "    pipemap:{regexp:" +
-         folder +
-         "/postfix/client-address.regexp,\n"
-         "    " +
-         type + ":" + folder +
-         "/mail/access}\n"
-         "smtpd_sender_restrictions = check_sender_access " +
-         type + ":" + folder +
-         "/mail/access\n"
-         "smtpd_recipient_restrictions = check_recipient_access\n"
-         "    " +
-         type + ":" + folder + "/mail/access\n";
-}
-
-std::string MasterCf(int port) {
-  return "127.0.0.1:" + std::to_string(port) +
-         " inet n - n - - smtpd\n"
-         "pickup     unix       n - n 60    1 pickup\n"
-         "cleanup    unix       n - n -     0 cleanup\n"
-         "qmgr       unix       n - n 300   1 qmgr\n"
-         "rewrite    unix       - - n -     - trivial-rewrite\n"
-         "bounce     unix       - - n -     0 bounce\n"
-         "defer      unix       - - n -     0 bounce\n"
-         "trace      unix       - - n -     0 bounce\n"
-         "verify     unix       - - n -     1 verify\n"
-         "flush      unix       n - n 1000? 0 flush\n"
-         "proxymap   unix       - - n -     - proxymap\n"
-         "proxywrite unix       - - n -     1 proxymap\n"
-         "smtp       unix       - - n -     - smtp\n"
-         "relay      unix       - - n -     - smtp\n"
-         "error      unix       - - n -     - error\n"
-         "retry      unix       - - n -     - error\n"
-         "discard    unix       - - n -     - discard\n"
-         "local      unix       - n n -     - local\n"
-         "virtual    unix       - n n -     - virtual\n"
-         "lmtp       unix       - - n -     - lmtp\n"
-         "anvil      unix       - - n -     1 anvil\n"
-         "scache     unix       - - n -     1 scache\n"
-         "postlog    unix-dgram n - n -     1 postlogd\n";
+/// The text with every `mark` in it replaced.
+std::string FillIn(std::string text, const std::string& mark, const std::string& value) {
+  for (std::size_t place = 0; (place = text.find(mark, place)) != std::string::npos;
+       place += value.size())
+    text.replace(place, mark.size(), value);
+  return text;
 }
 
 /// Whether the process is of the group and not just waiting to be reaped; `stat` is its file of
@@ -235,10 +158,14 @@ void PrivatePostfix::LeaveThisSecond() const {
 }
 
 void PrivatePostfix::WriteConfiguration() const {
-  WriteText(config_dir() / "main.cf", MainCf(folder_, map_type_));
+  for (const char* const name : {"main.cf", "master.cf", "client-address.regexp"}) {
+    std::string text = ReadText(std::filesystem::path(ZEBMAIL_PRIVATE_POSTFIX) / name);
+    text = FillIn(text, "@folder@", folder_);
+    text = FillIn(text, "@map_type@", map_type_);
+    text = FillIn(text, "@port@", std::to_string(port_));
+    WriteText(config_dir() / name, text);
+  }
   MakeOld(config_dir() / "main.cf");
-  WriteText(config_dir() / "master.cf", MasterCf(port_));
-  WriteText(config_dir() / "client-address.regexp", "/^(.*)$/ connect:$1\n");
   for (const char* const name : {"queue", "data", "spool"})
     std::filesystem::create_directory(folder_ / name);
   const passwd* const user = getpwnam("postfix");

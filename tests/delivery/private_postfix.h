@@ -8,16 +8,9 @@
 ///   destination that is not local ends in the discard service.
 ///
 /// HOW IT IS WIRED
-///   The local host names file, $myhostname and localhost are local; virtual users and aliases are
-///   looked up in their tables; the access table is asked for recipients, senders and, by its
-///   "connect:" keys, client addresses. It is not asked who may relay, so that no "OK" in it opens
-///   the server to strangers. Bare alias names, such as the targets of virtual users, get
-///   "@$myorigin", which is $myhostname and hence local.
-///
-/// WHY SOME PATHS ARE RELATIVE
-///   Postfix opens data and mailboxes under its own user or the recipient's. Seen from the queue
-///   folder, in which its processes run, they are within reach even when the folder lies below one
-///   that those users cannot enter.
+///   By scripts/private-postfix, which the quickstart uses as well: the local host names file,
+///   $myhostname and localhost are local; virtual users and aliases are looked up in their tables;
+///   the access table is asked for recipients, senders and, by its "connect:" keys, clients.
 ///
 /// HOW IT ENDS
 ///   A guard process of its own stops it when the object goes away and also when the test program

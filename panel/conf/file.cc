@@ -85,8 +85,7 @@ void File::Released(bool unwinding) {
   }
 }
 
-void File::Save() {
-  Write();
+void File::FinishSave() {
   RunAfterSave(ConfCache::kOperation);
   ForgetPendingWork({table_.name(), path_});
 }
@@ -98,7 +97,9 @@ void File::RunAfterSave(ConfCache::SaveReason reason) {
 
 void File::Leave() {
   Operation* operation = Operation::Current();
-  if (operation == nullptr || !operation->Take(shared_from_this())) Save();
+  if (operation != nullptr && operation->Take(shared_from_this())) return;
+  Write();
+  FinishSave();
 }
 
 void File::Write() {

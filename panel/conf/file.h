@@ -56,18 +56,20 @@ class File : public std::enable_shared_from_this<File> {
   /// Whether the file on disk still is the one that was read or saved last.
   bool IsCurrent() const { return StampOf(path_) == stamp_; }
 
-  /// Replaces the file on disk and runs the after-save action. When the file cannot be replaced,
-  /// nobody works on the text in memory again.
-  void Save();
+  /// Replaces the file on disk, noting that its after-save action is outstanding. When the file
+  /// cannot be replaced, nobody works on the text in memory again.
+  void Write();
 
-  /// Runs the after-save action for a file that is saved already.
+  /// Runs the after-save action and, when it succeeds, removes the note.
+  void FinishSave();
+
+  /// Runs the after-save action for `reason`.
   void RunAfterSave(ConfCache::SaveReason reason);
 
  private:
   File(const Table& table, std::string path, FileContents contents);
 
   void Leave();
-  void Write();
 
   const Table& table_;
   std::string path_;

@@ -36,22 +36,21 @@ Operation::~Operation() {
   current = nullptr;
 }
 
-void Operation::Finish() {
-  std::exception_ptr first;
-  for (const std::shared_ptr<File>& file : changed_) {
-    try {
-      if (mode_ == Mode::kRehearsal) {
-        file->RunAfterSave(ConfCache::kOperation);
-      } else {
-        file->Save();
-      }
-    } catch (const std::exception& error) {
-      if (saved_ == 0) throw;
-      if (first != nullptr) LogError("panel", error);
-      if (first == nullptr) first = std::current_exception();
-    }
-  }
-  if (first != nullptr) std::rethrow_exception(first);
+void Operation::Save() {
+  ForEach([](File& file) { file.Write(); }, [this] { return saved_ != 0; });
+}
+
+void Operation::RunActions() {
+  const bool rehearses = mode_ == Mode::kRehearsal;
+  ForEach(
+      [rehearses](File& file) {
+        if (rehearses) {
+          file.RunAfterSave(ConfCache::kOperation);
+        } else if (!file.changed()) {
+          file.FinishSave();
+        }
+      },
+      [] { return true; });
 }
 
 std::vector<Operation::Change> Operation::changes() const {
@@ -74,6 +73,21 @@ bool Operation::Take(const std::shared_ptr<File>& file) {
   if (mode_ == Mode::kEach) return false;
   if (std::find(changed_.begin(), changed_.end(), file) == changed_.end()) changed_.push_back(file);
   return true;
+}
+
+void Operation::ForEach(const std::function<void(File&)>& step,
+                        const std::function<bool()>& goes_on) {
+  std::exception_ptr first;
+  for (const std::shared_ptr<File>& file : changed_) {
+    try {
+      step(*file);
+    } catch (const std::exception& error) {
+      if (!goes_on()) throw;
+      if (first != nullptr) LogError("panel", error);
+      if (first == nullptr) first = std::current_exception();
+    }
+  }
+  if (first != nullptr) std::rethrow_exception(first);
 }
 
 }  // namespace panel::conf

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,7 +26,7 @@ class Operation {
  public:
   enum class Mode {
     kEach,       ///< a file is saved when its last cursor is released
-    kBatch,      ///< every changed file is saved once, by Finish()
+    kBatch,      ///< every changed file is saved once, by Save()
     kRehearsal,  ///< nothing is saved; the changes are there to be looked at and then forgotten
   };
 
@@ -39,10 +40,16 @@ class Operation {
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
-  /// Ends a batch: saves every changed file, in the order of the first change, and runs its
-  /// after-save action. When the first file cannot be saved nothing is; after that, each file is
-  /// tried. Throws the first failure and logs the others. A rehearsal notes the tools instead.
-  void Finish();
+  /// Saves every changed file of a batch, in the order of the first change. When the first file
+  /// cannot be saved nothing is; after that, each file is tried. Throws the first failure and logs
+  /// the others.
+  void Save();
+
+  /// Runs the after-save actions of the saved files, or notes the tools of a rehearsal. It is apart
+  /// from Save so that the database can be committed in between: a tool may run for long, and a
+  /// process that is killed meanwhile leaves files and database that say the same. Each action is
+  /// tried. Throws the first failure and logs the others.
+  void RunActions();
 
   /// How many table files have been saved so far.
   std::size_t saved() const noexcept { return saved_; }
@@ -68,6 +75,9 @@ class Operation {
   /// Takes a changed file whose last cursor was released; returns whether it sees to the saving.
   bool Take(const std::shared_ptr<File>& file);
   void CountSaved() noexcept { ++saved_; }
+
+  /// Does `step` to each changed file as long as `goes_on` holds after a failure.
+  void ForEach(const std::function<void(File&)>& step, const std::function<bool()>& goes_on);
 
   Mode mode_;
   std::optional<ToolRehearsal> tools_;

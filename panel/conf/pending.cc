@@ -13,6 +13,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <system_error>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -41,7 +42,7 @@ std::string NameOf(const PendingWork& work) {
   for (const char character : work.table + "\n" + work.path) {
     hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3U;
   }
-  return fs::path(work.path).filename().string().substr(0, 100) + "." + std::to_string(hash);
+  return std::to_string(hash) + "." + fs::path(work.path).filename().string().substr(0, 100);
 }
 
 std::string NotePath(const PendingWork& work) {
@@ -64,9 +65,12 @@ PendingWork ReadNote(const std::string& path) {
   return {text.substr(0, end), text.substr(end + 1, text.size() - end - 2)};
 }
 
+/// A file that is gone since has no map to be brought in step with it.
 void MakeUp(const PendingWork& work) {
-  RemoveLeftover(work.path);
-  Cache::Known()->MakeUp(work.table, work.path);
+  if (StampOf(work.path)) {
+    RemoveLeftover(work.path);
+    Cache::Known()->MakeUp(work.table, work.path);
+  }
   ForgetPendingWork(work);
 }
 
@@ -74,9 +78,12 @@ void MakeUp(const PendingWork& work) {
 
 std::vector<PendingWork> ListPendingWork() {
   std::vector<PendingWork> list;
-  if (!fs::exists(Folder())) return list;
-  for (const fs::directory_entry& entry : fs::directory_iterator(Folder())) {
+  std::error_code missing;
+  for (const auto& entry : fs::directory_iterator(Folder(), missing)) {
     if (!entry.path().filename().string().starts_with('.')) list.push_back(ReadNote(entry.path()));
+  }
+  if (missing && missing != std::errc::no_such_file_or_directory) {
+    throw fen_err::Error("file", Folder(), "cannot be read: " + missing.message());
   }
   std::sort(list.begin(), list.end(), [](const PendingWork& left, const PendingWork& right) {
     return std::tie(left.path, left.table) < std::tie(right.path, right.table);

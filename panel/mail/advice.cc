@@ -8,6 +8,7 @@
 
 #include <cxxabi.h>
 
+#include "host/str.h"
 #include "panel/module/config.h"
 
 namespace panel::mail {
@@ -21,10 +22,18 @@ std::string ReadableName(const std::string& table) {
   return name ? name.get() : table;
 }
 
+/// `word` as a shell takes it for one word.
+std::string ShellWord(const std::string& word) {
+  static const char* const kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-";
+  if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
+  return "'" + str::Replace(word, "'", "'\\''") + "'";
+}
+
 }  // namespace
 
 std::string FixCommand() {
-  return "zebmail --config " + CurrentConfig().file.string() + " check --fix";
+  return "zebmail --config " + ShellWord(CurrentConfig().file) + " check --fix";
 }
 
 std::string DescribeOutstandingTool(const conf::PendingWork& work) {

@@ -33,7 +33,7 @@ email::MtaInterface& panel::mail::BackEnd() {
     const std::string value = mta == config.param.end() ? "" : mta->second;
     throw fen_err::Error("config", "[param] MTA",
                          "no module in " + config.module_dir.string() + " serves \"" + value +
-                             "\"; set MTA = \"postfix\" in " + config.file.string());
+                             "\"; set module_dir and MTA = \"postfix\" in " + config.file.string());
   }
   return *Registered();
 }

@@ -3,6 +3,9 @@
 
 #include "panel/mail/mail_module.h"
 
+#include <map>
+#include <utility>
+
 #include "host/fen_err.h"
 #include "host/test.h"
 #include "panel/mail/back_end.h"
@@ -114,19 +117,22 @@ void MailModule::DeleteDomain(const std::string& name) {
   row->Delete();
 }
 
+/// Databases order texts in different ways, so this is done here.
 std::vector<Domain> MailModule::ListDomains() const {
-  std::vector<Domain> domains;
+  std::map<std::string, Domain> by_name;
   zeb_db::EmailDomainTable row;
-  fen_db::Result rows = zeb_db::GetCache().Query(
-      "SELECT name, active, defaction, redirect, ip FROM email_domain ORDER BY name");
+  fen_db::Result rows =
+      zeb_db::GetCache().Query("SELECT name, active, defaction, redirect, ip FROM email_domain");
   for (; !rows.Eof(); rows.Next()) {
     row.name.Read(rows.Str(0));
     row.active.Read(rows.Str(1));
     row.defaction.Read(rows.Str(2));
     row.redirect.Read(rows.Str(3));
     row.ip.Read(rows.Str(4));
-    domains.push_back(Shown(row));
+    by_name.emplace(row.name.Str(), Shown(row));
   }
+  std::vector<Domain> domains;
+  for (auto& [name, domain] : by_name) domains.push_back(std::move(domain));
   return domains;
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
@@ -23,18 +24,28 @@ std::string Run(const std::string& what, const std::string& command) {
   return output;
 }
 
-/// postconf with the options that postmap is configured with, so that it reads the same main.cf.
+/// postconf with the options that postmap is configured with, so that it reads the same main.cf. It
+/// stands beside postmap, unless another tool was configured in its place.
 std::string PostconfCommand() {
   const std::string postmap = fen_cf::GetPath("postfix-postmap");
   const std::size_t end_of_program = std::min(postmap.find(' '), postmap.size());
-  const std::filesystem::path program = postmap.substr(0, end_of_program);
-  return (program.parent_path() / "postconf").string() + postmap.substr(end_of_program) +
-         " -h default_database_type";
+  std::filesystem::path postconf = postmap.substr(0, end_of_program);
+  postconf.replace_filename("postconf");
+  if (access(postconf.c_str(), X_OK) != 0) postconf = "/usr/sbin/postconf";
+  return postconf.string() + postmap.substr(end_of_program) + " -h default_database_type";
 }
 
-std::optional<timespec> ModifiedAt(const std::string& file) {
+/// When the file's contents came into place. A copy that was put back keeps the time of its last
+/// modification, but not that of its last change.
+std::optional<timespec> ChangedAt(const std::string& file) {
   struct stat status {};
-  if (stat(file.c_str(), &status) != 0) return std::nullopt;
+  if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return status.st_ctim;
+}
+
+std::optional<timespec> BuiltAt(const std::string& map) {
+  struct stat status {};
+  if (stat(map.c_str(), &status) != 0) return std::nullopt;
   return status.st_mtim;
 }
 
@@ -61,9 +72,9 @@ std::string MapSuffix() {
 }
 
 bool IsStale(const Map& map, const std::string& suffix) {
-  const auto text = ModifiedAt(map.text);
+  const auto text = ChangedAt(map.text);
   if (!text) return false;
-  const auto built = ModifiedAt(map.text.string() + suffix);
+  const auto built = BuiltAt(map.text.string() + suffix);
   return !built || std::tie(built->tv_sec, built->tv_nsec) < std::tie(text->tv_sec, text->tv_nsec);
 }
 

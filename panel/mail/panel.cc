@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "panel/conf/pending.h"
+#include "panel/db/url.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/wake_tables.h"
 #include "panel/module/loader.h"
@@ -56,6 +57,15 @@ std::filesystem::path LogFile() {
   return CurrentConfig().state_dir / "zebfen.log";
 }
 
+/// A database file that is gone must not come back as an empty panel.
+void RequireDatabase(const std::string& url) {
+  const db::Location location = db::ParseUrl(url);
+  if (location.kind != db::Kind::kSqlite || std::filesystem::exists(location.file)) return;
+  throw fen_err::Error(
+      "missing", location.file.string(),
+      "put the panel's database back in place, or make a new one with zebmail init");
+}
+
 /// Runs `step` and returns how it failed, if it did.
 std::optional<fen_err::Error> FailureOf(const std::function<void()>& step) {
   try {
@@ -77,8 +87,7 @@ std::string OutstandingTools() {
   return pending + "the next change makes up for it, and so does: " + FixCommand() + "\n";
 }
 
-std::string OutstandingFiles(const fen_err::Error& failure) {
-  if (failure.type() == "email") return "";
+std::string OutstandingFiles() {
   return "not every table file could be saved; " + LogFile().string() +
          " names them; mend the cause and repeat the change, or delete what was to be created and "
          "create it again\n";
@@ -93,6 +102,7 @@ Panel::Panel(const Config& config, Notices notices)
     : notices_(std::move(notices)), lock_(config.state_dir, notices_.waiting) {
   UseForProcess(config);
   OpenLog(LogFile());
+  RequireDatabase(config.database);
   database_.emplace(config.database);
 }
 
@@ -110,7 +120,7 @@ Rehearsal Panel::Rehearse(const std::function<void()>& work) {
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
   RehearseModules(rehearsal);
   work();
-  rehearsal.Finish();
+  rehearsal.RunActions();
   const std::string pending = DescribePendingWork();
   if (!pending.empty()) Warn(pending + "the change would make up for it first\n");
   return {rehearsal.changes(), transaction.changes(), rehearsal.tools()};
@@ -158,21 +168,26 @@ void Panel::MakeUpPendingWork() {
   Warn(failure + pending + "mend the cause, then run: " + FixCommand() + "\n");
 }
 
+/// The tools come last: they may run for long, and a process that is killed meanwhile must leave
+/// a database that says what the table files say.
 void Panel::Save(conf::Operation& operation, db::Transaction& transaction) {
-  const auto file_failure = FailureOf([&operation] { operation.Finish(); });
+  const auto file_failure = FailureOf([&operation] { operation.Save(); });
   if (file_failure && operation.saved() == 0) throw *file_failure;
   const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
   if (database_failure && operation.saved() == 0) throw *database_failure;
+  const auto tool_failure = FailureOf([&operation] { operation.RunActions(); });
 
-  std::string outstanding = OutstandingTools();
-  if (file_failure) outstanding = OutstandingFiles(*file_failure) + outstanding;
   if (database_failure) {
-    throw PartlyDone(*database_failure,
-                     "the table files hold the change, the database does not\n" + outstanding);
+    throw PartlyDone(*database_failure, "the table files hold the change, the database does not\n" +
+                                            OutstandingTools());
   }
   if (file_failure) {
-    throw PartlyDone(*file_failure,
-                     "the database and the saved table files hold the change\n" + outstanding);
+    throw PartlyDone(*file_failure, "the database and the saved table files hold the change\n" +
+                                        OutstandingFiles() + OutstandingTools());
+  }
+  if (tool_failure) {
+    throw PartlyDone(*tool_failure,
+                     "the database and the table files hold the change\n" + OutstandingTools());
   }
 }
 

@@ -10,8 +10,8 @@
 /// HOW A CHANGE RUNS
 ///   Change() begins a transaction and collects what the work does to the table files. When the
 ///   work fails, both are dropped and nothing has changed. When it is done, the files are saved in
-///   the order in which they were changed, each followed by its tool, and the transaction is
-///   committed. A file or a tool may still fail then. If no file has been saved, nothing has
+///   the order in which they were changed, the transaction is committed, and the tools run in the
+///   same order. A file or a tool may still fail then. If no file has been saved, nothing has
 ///   changed; otherwise the transaction is committed all the same, so that the database says what
 ///   the tables say, and the failure leaves as PartlyDone, which tells what is outstanding.
 ///

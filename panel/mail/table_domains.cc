@@ -5,9 +5,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <sstream>
 
 #include "host/fen_cf.h"
+#include "panel/conf/disk_file.h"
 
 namespace panel::mail {
 namespace {
@@ -29,10 +30,9 @@ std::optional<std::string> TableDomains::Find(const std::string& name) {
   return path_ + ":" + std::to_string(line->second);
 }
 
-/// A table that cannot be read is left to the back-end, which fails on it with the reason.
 void TableDomains::Read() {
   path_ = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-virtusertable");
-  std::ifstream table(path_);
+  std::istringstream table(conf::ReadWholeFile(path_).bytes);
   std::string line;
   for (std::size_t number = 1; std::getline(table, line); ++number) {
     if (!line.starts_with('@')) continue;

@@ -10,7 +10,6 @@
 
 namespace {
 
-using db_test::RowsOf;
 using panel::db::Transaction;
 
 class FileStamps : public db_test::OnEachDatabase {

@@ -43,7 +43,7 @@ class OnEachDatabase : public testing::TestWithParam<std::string> {
   void SetUp() override;
   void TearDown() override { database_.reset(); }
 
-  bool IsSqlite() const { return GetParam() == "Sqlite"; }
+  static bool IsSqlite() { return GetParam() == "Sqlite"; }
   const std::string& url() const { return url_; }
   panel::db::Database& database() { return *database_; }
   fen_db::Cache& cache() { return database_->cache(); }

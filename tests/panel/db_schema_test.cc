@@ -91,6 +91,7 @@ TEST_P(DatabaseSchema, IsMadeOnceByManyProcessesAtATime) {
   Close();
   std::vector<std::string> errors(8);
   std::vector<std::thread> threads;
+  threads.reserve(errors.size());
   for (std::string& error : errors) {
     threads.emplace_back([&] {
       error = ErrorOf([&] {

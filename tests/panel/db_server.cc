@@ -4,9 +4,16 @@
 #include "tests/panel/db_server.h"
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
+#include <fcntl.h>
 #include <pwd.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "panel/db/connection.h"
@@ -37,6 +44,20 @@ const passwd& ServerUser() {
   return *user;
 }
 
+/// The words that run a program of the server: as its user, and until this process ends. SIGQUIT
+/// makes the server go at once, with all its processes.
+std::vector<std::string> ServerWords(const std::string& program,
+                                     const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = {"setpriv", "--pdeathsig", "QUIT"};
+  if (getuid() == 0) {
+    words.insert(words.end(), {"--reuid", std::to_string(ServerUser().pw_uid), "--regid",
+                               std::to_string(ServerUser().pw_gid), "--clear-groups"});
+  }
+  words.insert(words.end(), {"--", ProgramFolder() / program});
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
+}
+
 }  // namespace
 
 bool PostgresqlServer::IsInstalled() {
@@ -44,21 +65,55 @@ bool PostgresqlServer::IsInstalled() {
 }
 
 PostgresqlServer::PostgresqlServer() : home_(folder_.Path("server")) {
+  MakeHome();
+  Start();
+  WaitUntilReady();
+}
+
+PostgresqlServer::~PostgresqlServer() {
+  kill(process_, SIGQUIT);
+  waitpid(process_, nullptr, 0);
+}
+
+void PostgresqlServer::MakeHome() const {
   fs::create_directory(home_);
   if (getuid() == 0) {
     test_support::SetOwner(home_, {ServerUser().pw_uid, ServerUser().pw_gid});
   }
-  Run("initdb", {"-D", home_ / "data", "-A", "trust", "-U", "panel", "-E", "UTF8", "--locale=C",
-                 "--no-sync"});
-  Run("pg_ctl", {"-D", home_ / "data", "-l", home_ / "log", "-w", "-o",
-                 "-c listen_addresses='' -c fsync=off -k " + home_.string(), "start"});
+  const auto run = test_support::RunCommand(
+      ServerWords("initdb", {"-D", home_ / "data", "-A", "trust", "-U", "panel", "-E", "UTF8",
+                             "--locale=C", "--no-sync"}));
+  if (run.status != 0) throw std::runtime_error("initdb: " + run.output + run.errors);
 }
 
-PostgresqlServer::~PostgresqlServer() {
-  try {
-    Run("pg_ctl", {"-D", home_ / "data", "-w", "-m", "immediate", "stop"});
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+void PostgresqlServer::Start() {
+  const std::vector<std::string> words = ServerWords(
+      "postgres",
+      {"-D", home_ / "data", "-k", home_, "-c", "listen_addresses=", "-c", "fsync=off"});
+  std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
+  for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
+  pointers.push_back(nullptr);
+
+  const std::string log = home_ / "log";
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT, 0600);
+  posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  const int error =
+      posix_spawnp(&process_, pointers[0], &actions, nullptr, pointers.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) throw std::runtime_error("the PostgreSQL server cannot be started");
+}
+
+/// Waits until it answers, or has ended.
+void PostgresqlServer::WaitUntilReady() const {
+  const std::string ask = ProgramFolder() / "pg_isready";
+  while (test_support::RunCommand({ask, "-q", "-h", home_, "-U", "panel"}).status != 0) {
+    if (waitpid(process_, nullptr, WNOHANG) != 0) {
+      throw std::runtime_error("PostgreSQL: " + test_support::ReadText(home_ / "log"));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
 }
 
@@ -70,15 +125,6 @@ std::string PostgresqlServer::MakeDatabase() {
   const std::string name = "panel" + std::to_string(++databases_);
   panel::db::Connection(Url("postgres")).Query("CREATE DATABASE " + name);
   return Url(name);
-}
-
-void PostgresqlServer::Run(const std::string& program,
-                           const std::vector<std::string>& arguments) const {
-  std::vector<std::string> words = {ProgramFolder() / program};
-  if (getuid() == 0) words.insert(words.begin(), {"runuser", "-u", ServerUser().pw_name, "--"});
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  const auto run = test_support::RunCommand(words);
-  if (run.status != 0) throw std::runtime_error(program + ": " + run.output + run.errors);
 }
 
 }  // namespace db_test

@@ -3,7 +3,7 @@
 ///
 /// PURPOSE
 ///   A server for the tests alone: its files and its socket lie in a temporary folder, it listens
-///   on no network address, and it is gone with the process that started it.
+///   on no network address, and it goes with the process that started it, also when that crashes.
 ///
 /// HOW IT FAILS
 ///   With std::runtime_error, which holds what the server's tools said.
@@ -12,7 +12,8 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
+
+#include <sys/types.h>
 
 #include "tests/support/temp_folder.h"
 
@@ -36,10 +37,13 @@ class PostgresqlServer {
   std::string MakeDatabase();
 
  private:
-  void Run(const std::string& program, const std::vector<std::string>& arguments) const;
+  void MakeHome() const;
+  void Start();
+  void WaitUntilReady() const;
 
   test_support::TempFolder folder_;
-  std::filesystem::path home_;  // of the server's user
+  std::filesystem::path home_;  // belongs to the server's user
+  pid_t process_ = 0;
   int databases_ = 0;
 };
 

@@ -181,10 +181,10 @@ TEST_P(DatabaseTransaction, ListsAPlainStatementThatChangedRows) {
   cache().Query("DELETE FROM email_whitelist");
   cache().Query("INSERT INTO email_whitelist (name) VALUES ('x')");
   cache().Query("SELECT name FROM email_whitelist");
-  cache().Query("DELETE FROM email_whitelist");
+  cache().Query("DELETE\nFROM email_whitelist");
   EXPECT_EQ(TextOf(transaction.changes()),
             " statement INSERT INTO email_whitelist (name) VALUES ('x')\n"
-            " statement DELETE FROM email_whitelist\n");
+            " statement DELETE\\nFROM email_whitelist\n");
 }
 
 TEST_P(DatabaseTransaction, ListsNothingWhenNobodyWantsToSeeIt) {

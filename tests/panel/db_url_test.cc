@@ -19,6 +19,10 @@ std::string Refusal(const std::string& url) {
   return ErrorOf([&] { ParseUrl(url); });
 }
 
+std::string Message(const std::string& url, const std::string& why) {
+  return "database: " + url + ": " + why;
+}
+
 const std::string kWhatToWrite =
     "write sqlite3:///ABSOLUTE/PATH or postgresql://HOST/DATABASE?user=NAME";
 
@@ -31,7 +35,7 @@ TEST(DatabaseUrl, NamesAnSqliteFileByItsAbsolutePath) {
 TEST(DatabaseUrl, RefusesAnSqlitePathThatIsNotAFileFromTheRoot) {
   for (const std::string url : {"sqlite3://panel.db", "sqlite3://", "sqlite3:///", "sqlite3:///a/",
                                 "sqlite3:/var/lib/panel.db"}) {
-    EXPECT_EQ(Refusal(url), "database: " + url + ": " + kWhatToWrite);
+    EXPECT_EQ(Refusal(url), Message(url, kWhatToWrite));
   }
 }
 
@@ -67,7 +71,7 @@ TEST(DatabaseUrl, LeavesAConnectTimeoutOfItsOwn) {
 TEST(DatabaseUrl, RefusesAPostgresqlUrlWithoutADatabase) {
   for (const std::string url : {"postgresql://", "postgresql://host", "postgresql://host/",
                                 "postgresql://host/?user=a", "postgresql://host?user=a/b"}) {
-    EXPECT_EQ(Refusal(url), "database: " + url + ": " + kWhatToWrite);
+    EXPECT_EQ(Refusal(url), Message(url, kWhatToWrite));
   }
 }
 

@@ -12,6 +12,7 @@
 
 #include "host/fen_err.h"
 #include "panel/conf/pending.h"
+#include "panel/mail/advice.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/maps.h"
@@ -314,6 +315,17 @@ TEST(MailPanel, NamesTheParameterWhenThereIsNoBackEnd) {
     EXPECT_EQ(error.object(), "[param] MTA");
     EXPECT_THAT(error.value(), HasSubstr("\"smail\""));
   }
+}
+
+TEST(Advice, NamesTheConfigurationAsOneWordOfTheShell) {
+  panel::Config config;
+  config.file = "/etc/zebmail/zebmail.toml";
+  panel::UseConfig(config);
+  EXPECT_EQ(panel::mail::FixCommand(), "zebmail --config /etc/zebmail/zebmail.toml check --fix");
+
+  config.file = "/my panel's/$x";
+  panel::UseConfig(config);
+  EXPECT_EQ(panel::mail::FixCommand(), "zebmail --config '/my panel'\\''s/$x' check --fix");
 }
 
 TEST(Maps, AreStaleWhenMissingOrOlderThanTheirText) {

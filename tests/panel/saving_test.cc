@@ -169,10 +169,13 @@ TEST_F(Saving, ABatchSavesEachFileOnceAtItsEndInTheOrderOfTheFirstChange) {
   EXPECT_FALSE(fs::exists(folder / "one"));
   EXPECT_EQ(batch.saved(), 0U);
 
-  batch.Finish();
-
+  batch.Save();
   EXPECT_EQ(ReadText(folder / "one"), "a\t1\nb\t1\n");
   EXPECT_EQ(ReadText(folder / "two"), "a\t1\nb\t1\n");
+  EXPECT_TRUE(table.saves.empty());
+  EXPECT_EQ(ListPendingWork().size(), 2U);
+  batch.RunActions();
+
   EXPECT_EQ(table.saves, (Saves{{folder / "two", ConfCache::kOperation},
                                 {folder / "one", ConfCache::kOperation}}));
   EXPECT_EQ(batch.saved(), 2U);
@@ -200,7 +203,8 @@ TEST_F(Saving, ABatchWhoseActionFailsStillSavesTheOtherFiles) {
     if (table.saves.size() == 1) throw fen_err::Error("email", "postmap", "no space");
   };
 
-  EXPECT_EQ(ErrorOf([&] { batch.Finish(); }), "email: postmap: no space");
+  batch.Save();
+  EXPECT_EQ(ErrorOf([&] { batch.RunActions(); }), "email: postmap: no space");
 
   EXPECT_EQ(ReadText(folder / "one"), "a\t1\n");
   EXPECT_EQ(ReadText(folder / "two"), "a\t1\n");
@@ -214,7 +218,7 @@ TEST_F(Saving, ABatchWhoseFirstFileCannotBeSavedSavesNone) {
   SetIn(folder / "two", "a", "1");
   fs::create_directory(folder / "one");
 
-  EXPECT_THROW(batch.Finish(), fen_err::Error);
+  EXPECT_THROW(batch.Save(), fen_err::Error);
 
   EXPECT_EQ(batch.saved(), 0U);
   EXPECT_FALSE(fs::exists(folder / "two"));
@@ -232,7 +236,7 @@ TEST_F(Saving, ARehearsalSavesNothingShowsTheChangesAndNotesTheTools) {
     SetIn(path, "a", "2");
     SetIn(path, "b", "3");
 
-    rehearsal.Finish();
+    rehearsal.RunActions();
 
     ASSERT_EQ(rehearsal.changes().size(), 1U);
     EXPECT_EQ(rehearsal.changes()[0].path, path);
@@ -366,6 +370,43 @@ TEST_F(Saving, MakingUpRemovesWhatAKilledSaveLeftBesideTheFile) {
   MakeUpPendingWork();
 
   EXPECT_EQ(FilesBeside(), std::vector<std::string>{"table"});
+}
+
+TEST_F(Saving, ANoteOfAFileThatIsGoneIsDropped) {
+  table.action = [] { throw fen_err::Error("email", "postmap", "no space"); };
+  EXPECT_THROW(SetIn(path, "a", "1"), fen_err::Error);
+  fs::remove(path);
+  table.saves.clear();
+
+  MakeUpPendingWork();
+
+  EXPECT_TRUE(table.saves.empty());
+  EXPECT_TRUE(ListPendingWork().empty());
+}
+
+TEST_F(Saving, OfAFileWhoseNameBeginsWithADotIsNotedToo) {
+  panel::conf::NotePendingWork({"SampleTable", folder / ".table"});
+
+  ASSERT_EQ(ListPendingWork().size(), 1U);
+  EXPECT_EQ(ListPendingWork()[0].path, folder / ".table");
+}
+
+TEST_F(Saving, ABatchOneOfWhoseFilesCannotBeSavedSavesTheOthers) {
+  Operation batch(Operation::Mode::kBatch);
+  SetIn(folder / "one", "a", "1");
+  SetIn(folder / "two", "a", "1");
+  SetIn(folder / "three", "a", "1");
+  WriteText(folder / "two", "by hand\n");
+
+  EXPECT_EQ(ErrorOf([&] { batch.Save(); }), "changed: " + (folder / "two").string());
+  batch.RunActions();
+
+  EXPECT_EQ(ReadText(folder / "one"), "a\t1\n");
+  EXPECT_EQ(ReadText(folder / "two"), "by hand\n");
+  EXPECT_EQ(ReadText(folder / "three"), "a\t1\n");
+  EXPECT_EQ(table.saves, (Saves{{folder / "one", ConfCache::kOperation},
+                                {folder / "three", ConfCache::kOperation}}));
+  EXPECT_TRUE(ListPendingWork().empty());
 }
 
 TEST_F(Saving, ANoteOfATableThatIsNotKnownIsLeftAlone) {

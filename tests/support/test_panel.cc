@@ -75,6 +75,7 @@ TestPanel::TestPanel()
   SetText("master.cf", kMasterCf);
   MakeOld(folder_.WriteText("postfix/main.cf", MainCf(folder_)));
   folder_.WriteText("postfix/master.cf", kMasterCf);
+  folder_.WriteText("panel.db", "");
   std::filesystem::create_directory(state_dir());
   panel::UseConfig(config_);
 }

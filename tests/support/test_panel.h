@@ -12,7 +12,7 @@
 ///              all empty but for master.cf
 ///   postfix/   the Postfix configuration for the tools: main.cf, master.cf
 ///   state/     the panel's state_dir
-///   panel.db   the panel's database, once one is opened
+///   panel.db   the panel's database, empty
 ///
 /// HOW IT FAILS
 ///   As temp_folder does.

@@ -52,7 +52,7 @@ TEST_F(FailingPostmap, IsReportedWithItsOutputAndWhatIsOutstanding) {
             "zebmail: email: postmap\n"
             "fatal: no space left\n"
             "second line\n"
-            "the database and the saved table files hold the change\n" +
+            "the database and the table files hold the change\n" +
                 Outstanding("virtusertable", "email::VirtualUserTable") +
                 "the next change makes up for it, and so does: " + FixCommand() + "\n");
 }
@@ -176,6 +176,9 @@ TEST(KilledChange, IsMadeUpForByTheNextOne) {
       panel.Run({"domain", "update", "example.org", "--default-action", "ignore"});
   EXPECT_EQ(killed.status, 128 + 9);
   EXPECT_EQ(panel.Lookup("virtusertable", "@example.org"), "postfix_err_nouser");
+  EXPECT_EQ(panel.Table("virtusertable"), "@example.org\tdevnull\n");
+  EXPECT_EQ(panel.Do({"domain", "show", "example.org"}),
+            "name: example.org\nactive: true\ndefaction: ignore\nredirect: \nip: \n");
 
   panel.Configure("postfix-postmap", postmap);
   const CommandRun check = panel.Run({"check"});
@@ -184,6 +187,22 @@ TEST(KilledChange, IsMadeUpForByTheNextOne) {
   panel.Do({"domain", "create", "example.net"});
   EXPECT_EQ(panel.Lookup("virtusertable", "@example.org"), "devnull");
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(DatabaseFile, ThatIsGoneDoesNotComeBackEmpty) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  std::filesystem::remove(panel.Path("panel/panel.db"));
+
+  for (const char* command : {"list", "create"}) {
+    std::vector<std::string> words = {"domain", command};
+    if (std::string(command) == "create") words.push_back("example.net");
+    const CommandRun run = panel.Run(words);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.errors,
+                testing::StartsWith("zebmail: missing: " + panel.Path("panel/panel.db") + ": "));
+  }
+  EXPECT_FALSE(std::filesystem::exists(panel.Path("panel/panel.db")));
 }
 
 TEST(TableFile, ThatCannotBeReadFailsTheChangeAsAWhole) {

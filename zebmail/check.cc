@@ -16,6 +16,7 @@
 #include "host/fen_err.h"
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/back_end.h"
 #include "panel/mail/checks.h"
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
@@ -83,6 +84,7 @@ Report Examine(panel::mail::Panel& panel, bool fix) {
   Report report;
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
+    panel::mail::BackEnd();
   } catch (const fen_err::Error& error) {
     report.findings.push_back(ModuleFinding(error));
   }

@@ -78,6 +78,15 @@ Status List(const Invocation& invocation) {
   return kDone;
 }
 
+/// What is wrong with `text` as a number; without this, "010" would be read as 8.
+std::string WholeNumber(const std::string& text) {
+  constexpr std::size_t kLongest = 18;
+  const bool is_number = !text.empty() && text.size() <= kLongest &&
+                         text.find_first_not_of("0123456789") == std::string::npos &&
+                         (text == "0" || text.front() != '0');
+  return is_number ? "" : "\"" + text + "\" is not a whole number";
+}
+
 /// The options that say what a domain is to be like, and where their values go.
 void AddSettings(CLI::App& command, DomainSettings& settings) {
   command.add_option("--default-action", settings.default_action,
@@ -88,7 +97,8 @@ void AddSettings(CLI::App& command, DomainSettings& settings) {
   command.add_option(
       "--ip", settings.ip,
       "the address of this server from which the domain's mail leaves; \"\" for none");
-  command.add_option("--owner", settings.owner, "the number of the panel's user who owns it");
+  command.add_option("--owner", settings.owner, "the number of the panel's user who owns it")
+      ->check(WholeNumber);
 }
 
 /// What the options of one command are read into.

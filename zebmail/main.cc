@@ -91,7 +91,7 @@ Status Printed(Status status) {
 
 Status Run(int argc, char** argv) {
   Invocation invocation;
-  CLI::App app("Runs mail domains, mailboxes and sender lists on a Postfix server.", "zebmail");
+  CLI::App app("Runs the mail domains of a Postfix server.", "zebmail");
   app.require_subcommand(0, 1);
   app.fallthrough();
   AddGlobalOptions(app, invocation);

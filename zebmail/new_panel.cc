@@ -73,6 +73,19 @@ void RefuseBlanks(const std::string& option, const std::string& path) {
   }
 }
 
+/// The database's URL cannot hold a quote.
+void RefuseQuotes(const std::string& option, const std::string& path) {
+  if (path.find('"') == std::string::npos) return;
+  throw fen_err::Error("value", option, "\"" + path + "\" holds a double quote");
+}
+
+void RefuseRelativePaths(const std::map<std::string, std::string>& paths) {
+  for (const auto& [name, path] : paths) {
+    if (path.starts_with('/')) continue;
+    throw fen_err::Error("value", "--path " + name, "\"" + path + "\" is no absolute path");
+  }
+}
+
 /// The modules that were built or installed together with this program.
 fs::path ModuleDir() {
   std::error_code failed;
@@ -141,6 +154,8 @@ void CheckUtf8(const std::string& text) {
 
 void CheckNewPanel(const InitOptions& options, const panel::Config& config) {
   RefuseBlanks("--root", options.root);
+  RefuseQuotes("--root", options.root);
+  RefuseRelativePaths(options.paths);
   RefuseBlanks("--postfix-config", options.postfix_config);
   for (const Table& table : kSendmailTables) {
     RefuseBlanks(std::string("--path ") + table.path_name, PathOr(config, table.path_name, ""));

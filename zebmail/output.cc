@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <iostream>
 
 #include "host/fen_err.h"
@@ -142,6 +143,10 @@ void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& 
 
 void PrintError(const std::exception& error) {
   const auto* known = dynamic_cast<const fen_err::Error*>(&error);
+  if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {
+    PrintError(fen_err::Error("file", file->path1().string(), file->code().message()));
+    return;
+  }
   if (known == nullptr) {
     std::cerr << "zebmail: failure: " << OneLine(error.what()) << "\n";
     return;

@@ -61,6 +61,7 @@ class Reader {
     if (const toml::node* node = document.get("tool_timeout")) config.tool_timeout = Timeout(*node);
     config.param = Names(document, "param");
     config.path = Names(document, "path");
+    CheckPaths(document, config.path);
     return config;
   }
 
@@ -108,6 +109,16 @@ class Reader {
     if (section == nullptr) Fail(node->source(), Quoted(key) + " must be a section of names");
     for (const auto& [name, value] : *section) names.emplace(name.str(), String(name, value));
     return names;
+  }
+
+  /// Tools run in another folder than their caller, so a relative path would name two files.
+  void CheckPaths(const toml::table& document,
+                  const std::map<std::string, std::string>& paths) const {
+    for (const auto& [name, path] : paths) {
+      if (path.starts_with('/')) continue;
+      Fail(document["path"][name].node()->source(),
+           "the path " + Quoted(name) + " must be an absolute path");
+    }
   }
 
   std::chrono::seconds Timeout(const toml::node& node) const {

@@ -161,6 +161,45 @@ TEST(Check, FindsModulesThatCannotBeSetUp) {
   EXPECT_THAT(run.output, testing::HasSubstr(panel.Path("modules/broken.so")));
 }
 
+TEST(Check, NeverRebuildsTheMapOfWhatIsNoTextAnyMore) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  fs::remove(panel.Path("panel/mail/virtusertable"));
+  fs::create_directory(panel.Path("panel/mail/virtusertable"));
+
+  const CommandRun run = panel.Run({"check", "--fix"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, testing::Not(testing::HasSubstr("mended")));
+  EXPECT_EQ(panel.Lookup("virtusertable", "@example.org"), "postfix_err_nouser");
+}
+
+TEST(Check, FindsTheMapOfATextThatWasPutBack) {
+  const OwnPanel panel;
+  const fs::path table = panel.Path("panel/mail/virtusertable");
+  const fs::path copy = panel.Path("copy");
+  fs::copy(table, copy);
+  const auto time = fs::last_write_time(table);
+  panel.Do({"domain", "create", "example.org"});
+  fs::rename(copy, table);
+  fs::last_write_time(table, time - std::chrono::hours(1));
+
+  const CommandRun run = panel.Run({"check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, testing::HasSubstr("virtusertable.db is missing or older than its text"));
+}
+
+TEST(Check, FindsThatNoModuleServesTheMailServer) {
+  const OwnPanel panel;
+  panel.Configure("MTA", "smail");
+
+  const CommandRun run = panel.Run({"check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, testing::HasSubstr("no module in"));
+}
+
 TEST(Check, ChangesNothingWithoutFix) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org"});

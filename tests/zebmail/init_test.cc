@@ -242,6 +242,13 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedPlace{"BlankInTablePath",
                      {"--root", "HERE/panel", "--path", "postfix-aliases=HERE/my aliases"},
                      "zebmail: value: --path postfix-aliases: .*/my aliases\" holds a blank.*\n"},
+        RefusedPlace{"QuoteInRoot",
+                     {"--root", "HERE/quo\"te"},
+                     "zebmail: value: --root: .*/quo\"te\" holds a double quote\n"},
+        RefusedPlace{"RelativePath",
+                     {"--root", "HERE/panel", "--path", "postfix-aliases=mail/aliases"},
+                     "zebmail: value: --path postfix-aliases: \"mail/aliases\" is no absolute "
+                     "path\n"},
         RefusedPlace{"LineFeedInRoot",
                      {"--root", "HERE/a\nb"},
                      "zebmail: value: postfix-[a-z]*: .*/a.nb/.* holds a control character\n"},

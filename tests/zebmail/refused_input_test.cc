@@ -128,10 +128,7 @@ TEST(RefusedInput, SettingsThatMakeNoSense) {
             "zebmail: value: ip: \"192.0.2.256\" is neither an IPv4 nor an IPv6 address\n"},
        Case{"AddressWithOption",
             {"domain", "update", "example.org", "--ip", "192.0.2.1 -o x=y"},
-            "zebmail: value: ip: \"192.0.2.1 -o x=y\" is neither an IPv4 nor an IPv6 address\n"},
-       Case{"NegativeOwner",
-            {"domain", "create", "a.example", "--owner", "-1"},
-            "zebmail: value: owner: \"-1\" is not the number of a user\n"}});
+            "zebmail: value: ip: \"192.0.2.1 -o x=y\" is neither an IPv4 nor an IPv6 address\n"}});
 }
 
 TEST(RefusedInput, DomainsThatExistOrDoNot) {

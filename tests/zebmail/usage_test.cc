@@ -22,6 +22,11 @@ TEST(Usage, IsWrongWithStatus2) {
       {"domain", "create", "a.example", "b.example"},
       {"domain", "create", "-a.example"},
       {"domain", "create", "a.example", "--owner", "somebody"},
+      {"domain", "create", "a.example", "--owner", "-1"},
+      {"domain", "create", "a.example", "--owner", "010"},
+      {"domain", "create", "a.example", "--owner", "0x1f"},
+      {"domain", "create", "a.example", "--owner="},
+      {"domain", "create", "a.example", "--owner", "99999999999999999999"},
       {"domain", "create", "a.example", "--ip"},
       {"domain", "list", "a.example"},
       {"--bogus", "domain", "list"},
@@ -103,7 +108,8 @@ TEST(Configuration, WithoutBackEndNamesTheParameter) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "zebmail: config: [param] MTA: no module in " +
                             std::string(ZEBMAIL_MODULE_DIR) +
-                            " serves \"smail\"; set MTA = \"postfix\" in " + panel.config() + "\n");
+                            " serves \"smail\"; set module_dir and MTA = \"postfix\" in " +
+                            panel.config() + "\n");
   EXPECT_EQ(panel.Do({"domain", "list"}), "");
 }
 

@@ -9,6 +9,7 @@
 #include "panel/db/sql_text.h"
 #include "panel/db/table_state.h"
 #include "panel/db/tables.h"
+#include "panel/text/control_characters.h"
 
 namespace fen_db {
 namespace {
@@ -37,7 +38,8 @@ Result Cache::Query(const std::string& sql) {
   if (!Reads(word)) {
     connection_.TouchAll();
     if (connection_.ListsChanges() && (affected > 0 || !CountsRows(word))) {
-      connection_.journal()->changes.push_back({"", "statement", sql});
+      connection_.journal()->changes.push_back(
+          {"", "statement", panel::EscapeControlCharacters(sql)});
     }
   }
   return Result(std::move(rows));

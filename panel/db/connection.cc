@@ -59,7 +59,7 @@ bool IsAboutWaiting(const std::string& words) {
 }  // namespace
 
 Connection::Connection(const std::string& url, std::chrono::milliseconds patience)
-    : url_(url), name_(PrintableUrl(url)), kind_(Kind::kSqlite), patience_(patience) {
+    : url_(url), name_(PrintableUrl(url)), patience_(patience) {
   const Location location = ParseUrl(url);
   kind_ = location.kind;
   try {

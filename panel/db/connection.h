@@ -91,7 +91,7 @@ class Connection {
 
   std::string url_;
   std::string name_;
-  Kind kind_;
+  Kind kind_ = Kind::kSqlite;
   std::chrono::milliseconds patience_;
   std::recursive_mutex mutex_;
   soci::session session_;

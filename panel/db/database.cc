@@ -29,15 +29,15 @@ Current& TheCurrent() {
   throw fen_err::Error("database", "", "the panel database is not open");
 }
 
-void SetCurrent(Database* database, Connection* connection) {
+void SetCurrent(Database& database, Connection& connection) {
   Current& current = TheCurrent();
   const std::lock_guard lock(current.mutex);
-  if (database != nullptr && current.database != nullptr) {
-    throw fen_err::Error("database", connection->name(),
+  if (current.database != nullptr) {
+    throw fen_err::Error("database", connection.name(),
                          "another panel database is open: " + current.connection->name());
   }
-  current.database = database;
-  current.connection = connection;
+  current.database = &database;
+  current.connection = &connection;
 }
 
 }  // namespace
@@ -45,11 +45,14 @@ void SetCurrent(Database* database, Connection* connection) {
 Database::Database(const std::string& url) : connection_(std::make_unique<Connection>(url)) {
   MigrateSchema(*connection_);
   cache_ = std::make_unique<fen_db::Cache>(*connection_);
-  SetCurrent(this, connection_.get());
+  SetCurrent(*this, *connection_);
 }
 
 Database::~Database() {
-  SetCurrent(nullptr, nullptr);
+  Current& current = TheCurrent();
+  const std::lock_guard lock(current.mutex);
+  current.database = nullptr;
+  current.connection = nullptr;
 }
 
 Connection& CurrentConnection() {

@@ -14,15 +14,15 @@ void ListDeletedRows(Connection& connection, const std::string& table,
                      const std::string& condition) {
   const auto row = MakeTableFor(table);
   TableState& state = TableState::Of(*row);
-  const std::string& key = state.fields().front()->name();
+  const std::string key = state.fields().front()->name();
+  const std::string source = " FROM " + table + " WHERE (" + condition + ")";
+  const std::string belongs = " IN (SELECT " + key + source + ")";
   for (const Belonging& belonging : kBelongings) {
     if (belonging.parent != table) continue;
-    ListDeletedRows(connection, std::string(belonging.table),
-                    std::string(belonging.column) + " IN (SELECT " + key + " FROM " + table +
-                        " WHERE (" + condition + "))");
+    const std::string column(belonging.column);
+    ListDeletedRows(connection, std::string(belonging.table), column + belongs);
   }
-  Rows rows = connection.Query("SELECT " + state.ColumnNames() + " FROM " + table + " WHERE (" +
-                               condition + ") ORDER BY " + key);
+  Rows rows = connection.Query("SELECT " + state.ColumnNames() + source + " ORDER BY " + key);
   for (; !rows.Eof(); rows.Next()) {
     state.Read(rows);
     connection.journal()->changes.push_back({table, "delete", RowText(state.fields())});

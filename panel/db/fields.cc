@@ -33,7 +33,7 @@ IntField& IntField::operator=(std::int64_t value) {
 }
 
 IntField& IntField::operator=(const IntField& other) {
-  value_ = other.value_;
+  if (this != &other) value_ = other.value_;
   return *this;
 }
 

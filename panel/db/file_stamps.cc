@@ -49,7 +49,7 @@ FileAnswer Answer(Connection& connection, const std::string& path) {
   if (journal == nullptr) return Examine(connection, path);
   const auto known = journal->files.find(path);
   if (known != journal->files.end()) return known->second;
-  const FileAnswer answer = Examine(connection, path);
+  FileAnswer answer = Examine(connection, path);
   if (answer.changed) Record(connection, path, answer.stamp);
   journal->files.emplace(path, answer);
   return answer;

@@ -20,6 +20,7 @@ constexpr int kRows = 40;
 template <class Work>
 void InThreads(Work work) {
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
   for (std::thread& thread : threads) thread.join();
 }

@@ -67,8 +67,7 @@ template <class T, class C>
 class CachedConfig : protected BaseCachedConfig<C> {
  public:
   /// Opens the file at `path` and returns a cursor over its records of the class `R`, at its end.
-  /// With `create`, a missing file reads as an empty one. Throws what the cache throws: a file that
-  /// cannot be read, and what making up for an earlier save's action throws.
+  /// With `create`, a missing file reads as an empty one. Throws what the cache throws.
   template <class R>
   static Cursor<R> Get(const std::string& path, bool create) {
     const fen_file::safe::Folder folder;
@@ -83,9 +82,7 @@ class CachedConfig : protected BaseCachedConfig<C> {
  protected:
   CachedConfig() : BaseCachedConfig<C>(RuntimeName(typeid(T))) {}
 
-  /// Registers the rules and the after-save action. The latter may be called right here, for a save
-  /// whose action is outstanding; that is why a table calls this from its own constructor, when
-  /// the object is a whole `T` and its AfterSave the one that runs.
+  /// Registers the rules and the after-save action, which is the AfterSave of `T`.
   void Describe(std::shared_ptr<fen_token::Params> rules) {
     C& cache = this->Instance();
     cache.Register(this->name(), std::move(rules));

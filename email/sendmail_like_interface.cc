@@ -7,6 +7,7 @@
 
 namespace email {
 
+// NOLINTBEGIN(modernize-pass-by-value): the argument list is the interface's.
 SendmailLikeInterface::SendmailLikeInterface(const std::string& mta_name, const std::string& error,
                                              const std::string& disabled)
     : virtusertable_path(fen_cf::GetPath(mta_name + "-virtusertable")),
@@ -15,6 +16,7 @@ SendmailLikeInterface::SendmailLikeInterface(const std::string& mta_name, const 
       aliases_path(fen_cf::GetPath(mta_name + "-aliases")),
       error_target(error),
       disabled_target(disabled) {}
+// NOLINTEND(modernize-pass-by-value)
 
 SendmailLikeInterface::~SendmailLikeInterface() = default;
 

@@ -31,9 +31,9 @@ void SetForwards(Cursor<email::Aliases>& aliases, const std::string& key,
 
 /// Adds the lines of the aliases; a line that is there already stays as it is.
 void AddAliasLines(Cursor<email::VirtualEmails>& lines, const std::string& mailbox,
-                   const std::string& domain, fen_db::Result& aliases) {
+                   const std::string& at_domain, fen_db::Result& aliases) {
   for (; !aliases.Eof(); aliases.Next()) {
-    const std::string key = aliases.Str() + "@" + domain;
+    const std::string key = aliases.Str() + at_domain;
     if (lines->Find(key)) continue;
     lines->New();
     lines->name.Set(key);
@@ -64,11 +64,12 @@ void AddAliasRows(Line& lines, const zeb_db::EmailTable& mailbox,
                   const zeb_db::EmailDomainTable& domain, zeb_db::EmailAliasTable& rows) {
   const std::string local = mailbox.name.Str();
   const std::string domain_name = domain.name.Str();
+  const std::string address = local + "@" + domain_name;
   for (lines.First(); !lines.Eof(); lines.Next()) {
     std::string rest = AddressOf(lines);
     const std::string name = str::GetWord(rest, '@');
-    if (rest != domain_name || lines.target.Str() != local + "@" + rest) continue;
-    if (name != local) AddRow(rows, mailbox, name);
+    if (rest != domain_name || name == local || lines.target.Str() != address) continue;
+    AddRow(rows, mailbox, name);
   }
 }
 
@@ -107,7 +108,6 @@ void PostfixInterface::SetAliases(std::shared_ptr<zeb_db::EmailTable>& mailbox,
   fen_db::Cache& database = zeb_db::GetCache();
   auto aliases = email::AliasTable::Get<email::Aliases>(aliases_path, true);
   auto domain = database.Get<zeb_db::EmailDomainTable>(mailbox->domain.Str());
-  const std::string domain_name = domain->name.Str();
   const std::string key = AliasKey(*mailbox, *domain);
   fen_db::Result forwards =
       database.Query(std::string("SELECT name FROM email_forward WHERE email = ") + mailbox->id);
@@ -132,9 +132,10 @@ void PostfixInterface::SetAliases(std::shared_ptr<zeb_db::EmailTable>& mailbox,
   auto responder = database.Get<zeb_db::EmailResponderTable>();
   if (responder->DbFind(std::string("email = ") + mailbox->id)) SetResponder(responder);
 
-  AddAliasLines(lines, address, domain_name, alias_names);
+  const std::string at_domain = '@' + domain->name.Str();
+  AddAliasLines(lines, address, at_domain, alias_names);
   for (const std::string& name : dropped) {
-    if (!test::Const<test::Email>(name)) lines->Delete(name + "@" + domain_name);
+    if (!test::Const<test::Email>(name)) lines->Delete(name + at_domain);
   }
 }
 

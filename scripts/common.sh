@@ -6,7 +6,7 @@
 # What it takes to build the panel and to run it on a Postfix.
 # shellcheck disable=SC2034
 readonly packages=(
-  g++ cmake ninja-build pkg-config libsoci-dev libboost-dev libsqlite3-dev libtomlplusplus-dev
+  g++ cmake ninja-build pkg-config libsoci-dev libboost-dev libtomlplusplus-dev
   libcli11-dev nlohmann-json3-dev libspdlog-dev libidn2-dev postfix postfix-lmdb
 )
 

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "host/fen_err.h"
-#include "host/test.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/domain_settings.h"
 
@@ -55,14 +54,6 @@ void DeleteMailbox(const std::string& key) {
   mailbox->Delete();
 }
 
-/// The back-end cannot tell that a domain is bound to an IPv6 address, so it would not unbind it.
-/// It can unbind an IPv4 address; the one here is never used, since the files are saved later.
-void LeaveIp6(DomainRow& row) {
-  row->ip = "0.0.0.0";
-  BackEnd().UpdateDomain(row);
-  row->ip = "";
-}
-
 void SetActive(const std::string& name, bool active) {
   DomainRow row = FindDomain(name);
   row->active = active;
@@ -92,10 +83,8 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
 
 void MailModule::UpdateDomain(const std::string& name, const DomainSettings& settings) {
   DomainRow row = FindDomain(name);
-  const std::string old_ip = row->ip.Str();
   ApplySettings(settings, *row);
   row->Post();
-  if (row->ip.Str().empty() && test::Const<&test::Ip6>(old_ip)) LeaveIp6(row);
   BackEnd().UpdateDomain(row);
 }
 

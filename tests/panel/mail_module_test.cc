@@ -82,21 +82,6 @@ TEST_F(MailModuleTest, CarriesEachChangeToTheBackEnd) {
   EXPECT_THAT(Names(), IsEmpty());
 }
 
-TEST_F(MailModuleTest, UnbindsIp6AddressByWayOfAnotherOne) {
-  Change([] {
-    MailModule mail;
-    mail.CreateDomain("example.org", {.ip = "2001:DB8:0::5"});
-    mail.UpdateDomain("example.org", {.ip = ""});
-  });
-
-  EXPECT_THAT(back_end_->calls,
-              ElementsAre("CreateDomain example.org active error <> <2001:db8::5>",
-                          "UpdateDomain example.org active error <> <0.0.0.0>",
-                          "UpdateDomain example.org active error <> <>"));
-  const Panel opened(panel_.config());
-  EXPECT_EQ(MailModule().ShowDomain("example.org").ip, "");
-}
-
 TEST_F(MailModuleTest, KeepsTheOwner) {
   Change([] { MailModule().CreateDomain("example.org", {.owner = 7}); });
   Change([] { MailModule().UpdateDomain("example.org", {.default_action = "ignore"}); });

@@ -148,19 +148,6 @@ TEST(DomainUpdate, MovesAddressAndUnbindsIt) {
                 "-o smtp_bind_address=\n");
 }
 
-TEST(DomainUpdate, UnbindsIp6Address) {
-  const OwnPanel panel;
-  panel.Do({"domain", "create", "shop.example", "--ip", "2001:db8::5"});
-  const std::string bound = panel.folder().ReadText("config/master.cf");
-  EXPECT_TRUE(bound.ends_with(" -o smtp_bind_address6=2001:db8::5\n")) << bound;
-
-  panel.Do({"domain", "update", "shop.example", "--ip="});
-
-  const std::string unbound = panel.folder().ReadText("config/master.cf");
-  EXPECT_TRUE(unbound.ends_with(" -o smtp_bind_address=\n")) << unbound;
-  EXPECT_EQ(panel.postfix().Runs().size(), 3U);
-}
-
 TEST(DomainUpdate, WithoutOptionsWritesTheTablesAnew) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org", "--default-action", "ignore"});

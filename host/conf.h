@@ -138,7 +138,7 @@ class ConfCache {
   ~ConfCache();
 
   /// Stores the tokenizer rules of the table `name`.
-  void RegisterRules(const std::string& name, std::shared_ptr<fen_token::Params> params);
+  void RegisterRules(const std::string& name, const std::shared_ptr<fen_token::Params>& params);
 
  private:
   std::unique_ptr<panel::conf::Cache> cache_;
@@ -150,8 +150,8 @@ class FenConfCache : public ConfCache {
   using ConfCache::ConfCache;
 
   /// Registers the table `name` with its rules.
-  void Register(const std::string& name, std::shared_ptr<fen_token::Params> params) {
-    RegisterRules(name, std::move(params));
+  void Register(const std::string& name, const std::shared_ptr<fen_token::Params>& params) {
+    RegisterRules(name, params);
   }
 };
 

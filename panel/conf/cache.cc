@@ -31,9 +31,9 @@ Cache* Cache::Known() {
   return KnownCache();
 }
 
-void Cache::Register(const std::string& name, std::shared_ptr<fen_token::Params> params) {
+void Cache::Register(const std::string& name, const std::shared_ptr<fen_token::Params>& params) {
   const std::lock_guard lock(mutex_);
-  if (!tables_.try_emplace(name, name, std::move(params)).second) {
+  if (!tables_.try_emplace(name, name, params).second) {
     throw fen_err::Error("table", name, "is registered already");
   }
 }
@@ -62,7 +62,7 @@ std::shared_ptr<File> Cache::Open(const std::string& name, const std::string& pa
     files_.pop_front();
   }
   files_.push_front(std::make_shared<File>(table, path, create));
-  const std::shared_ptr<File> file = files_.front();
+  std::shared_ptr<File> file = files_.front();
   Trim();
   return file;
 }

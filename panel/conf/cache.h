@@ -30,7 +30,7 @@ class Cache {
   /// The cache of this process, which lives as long as the process; null before a plug-in made it.
   static Cache* Known();
 
-  void Register(const std::string& name, std::shared_ptr<fen_token::Params> params);
+  void Register(const std::string& name, const std::shared_ptr<fen_token::Params>& params);
   bool HasTable(const std::string& name) const;
 
   /// The table `name`. Throws fen_err::Error("table", name, "") when it is not registered.

@@ -54,8 +54,9 @@ ConfRef ConfCache::Config(const std::string& name, const fen_file::safe::Folder&
   return ConfRef(cache_->Open(name, folder.Resolve(path), create));
 }
 
-void ConfCache::RegisterRules(const std::string& name, std::shared_ptr<fen_token::Params> params) {
-  cache_->Register(name, std::move(params));
+void ConfCache::RegisterRules(const std::string& name,
+                              const std::shared_ptr<fen_token::Params>& params) {
+  cache_->Register(name, params);
 }
 
 BaseCachedConfigEvent::~BaseCachedConfigEvent() = default;

@@ -24,7 +24,7 @@ FileContents Read(const std::string& path, bool create) {
 
 }  // namespace
 
-File::File(const Table& table, std::string path, bool create)
+File::File(const Table& table, const std::string& path, bool create)
     : File(table, path, Read(path, create)) {}
 
 File::File(const Table& table, std::string path, FileContents contents)

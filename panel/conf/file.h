@@ -25,7 +25,7 @@ namespace panel::conf {
 class File : public std::enable_shared_from_this<File> {
  public:
   /// Reads the file. A missing one reads as empty when `create` is set.
-  File(const Table& table, std::string path, bool create);
+  File(const Table& table, const std::string& path, bool create);
 
   const Table& table() const { return table_; }
   const std::string& path() const { return path_; }

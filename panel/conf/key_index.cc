@@ -5,9 +5,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <functional>
-
-#include <string.h>
 
 namespace panel::conf {
 

@@ -121,6 +121,7 @@ std::vector<Domain> MailModule::ListDomains() const {
     by_name.emplace(row.name.Str(), Shown(row));
   }
   std::vector<Domain> domains;
+  domains.reserve(by_name.size());
   for (auto& [name, domain] : by_name) domains.push_back(std::move(domain));
   return domains;
 }

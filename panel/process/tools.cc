@@ -203,7 +203,7 @@ class RunningTool {
   }
 
  private:
-  void End() noexcept {
+  void End() const noexcept {
     if (process_ == 0) return;
     Kill();
     while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
@@ -249,7 +249,7 @@ bool IsShortage(int error) {
 /// Reads what is in the pipe, at most `size` bytes; returns how many that were, 0 at its end.
 std::size_t ReadOutput(const std::string& program, const FileHandle& pipe, std::size_t size,
                        Tail& output) {
-  std::array<char, kKeptOutput> part;
+  std::array<char, kKeptOutput> part{};
   for (;;) {
     const ssize_t count = read(pipe.get(), part.data(), std::min(size, part.size()));
     if (count < 0 && errno == EINTR) continue;

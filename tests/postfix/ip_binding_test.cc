@@ -1,6 +1,7 @@
 /// NAME
 ///   ip_binding_test - domains whose mail leaves from an address of their own
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -211,6 +212,18 @@ TEST_F(IpBinding, GoesEvenWhenItsServiceIsGoneAlready) {
   Delete();
   EXPECT_EQ(panel.Text("domainips"), "");
   EXPECT_EQ(panel.Text("master.cf"), standard);
+}
+
+TEST_F(IpBinding, RunsNoToolWhenTheMapAloneIsSaved) {
+  SetUpFiles(kMapLine, "");
+  panel.SetText("virtusertable", "");
+  panel.SetText("local-host-names", "");
+
+  Delete();
+
+  EXPECT_EQ(panel.Text("domainips"), "");
+  EXPECT_EQ(panel.postfix_command().Runs(), Lines{});
+  EXPECT_FALSE(std::filesystem::exists(panel.Table("domainips.db")));
 }
 
 TEST_F(IpBinding, LosesItsServiceBeforeItsMapLine) {

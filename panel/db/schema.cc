@@ -77,6 +77,16 @@ const std::vector<Step>& Steps() {
           " mailbox BIGINT PRIMARY KEY REFERENCES email (id) ON DELETE CASCADE,"
           " subject TEXT NOT NULL DEFAULT '', body TEXT NOT NULL DEFAULT '')",
       },
+      {
+          // Nothing could be written into this one yet; its rows become rows like all others.
+          "DROP TABLE responder_text",
+          "CREATE TABLE responder_text (id {key},"
+          " mailbox BIGINT NOT NULL REFERENCES email (id) ON DELETE CASCADE,"
+          " subject TEXT NOT NULL DEFAULT '', body TEXT NOT NULL DEFAULT '')",
+          "CREATE UNIQUE INDEX responder_text_by_mailbox ON responder_text (mailbox)",
+
+          "CREATE INDEX email_alias_by_name ON email_alias (name)",
+      },
   };
   return steps;
 }

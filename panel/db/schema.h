@@ -31,11 +31,12 @@ struct Belonging {
   std::string_view parent;
 };
 
-inline constexpr std::array<Belonging, 4> kBelongings = {{
+inline constexpr std::array<Belonging, 5> kBelongings = {{
     {"email", "domain", "email_domain"},
     {"email_alias", "email", "email"},
     {"email_forward", "email", "email"},
     {"email_responder", "email", "email"},
+    {"responder_text", "mailbox", "email"},
 }};
 
 }  // namespace panel::db

@@ -7,6 +7,7 @@
 
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
+#include "panel/db/responder_text.h"
 
 namespace zeb_db {
 
@@ -51,6 +52,14 @@ EmailBlacklist::EmailBlacklist()
 }  // namespace zeb_db
 
 namespace panel::db {
+
+ResponderTextTable::ResponderTextTable()
+    : CustomTable("responder_text"),
+      id(*this, "id"),
+      mailbox(*this, "mailbox"),
+      subject(*this, "subject"),
+      body(*this, "body") {}
+
 namespace {
 
 using Table = std::unique_ptr<fen_db::CustomTable>;
@@ -66,8 +75,8 @@ struct TableClass {
   Table (*make)();
 };
 
-const std::array<TableClass, 7>& Classes() {
-  static const std::array<TableClass, 7> classes = {{
+const std::array<TableClass, 8>& Classes() {
+  static const std::array<TableClass, 8> classes = {{
       {typeid(zeb_db::EmailDomainTable).name(), "email_domain", &Make<zeb_db::EmailDomainTable>},
       {typeid(zeb_db::EmailTable).name(), "email", &Make<zeb_db::EmailTable>},
       {typeid(zeb_db::EmailAliasTable).name(), "email_alias", &Make<zeb_db::EmailAliasTable>},
@@ -76,6 +85,7 @@ const std::array<TableClass, 7>& Classes() {
        &Make<zeb_db::EmailResponderTable>},
       {typeid(zeb_db::EmailWhitelist).name(), "email_whitelist", &Make<zeb_db::EmailWhitelist>},
       {typeid(zeb_db::EmailBlacklist).name(), "email_blacklist", &Make<zeb_db::EmailBlacklist>},
+      {typeid(ResponderTextTable).name(), "responder_text", &Make<ResponderTextTable>},
   }};
   return classes;
 }

@@ -33,7 +33,7 @@ TEST_P(DatabaseSchema, HasTheTablesOfThePanel) {
         "id, name, domain, active, dropmail, tag FROM email", "id, name, email FROM email_alias",
         "id, name, email FROM email_forward", "id, email, active FROM email_responder",
         "id, name FROM email_whitelist", "id, name FROM email_blacklist",
-        "path, stamp FROM file_stamp", "mailbox, subject, body FROM responder_text"}) {
+        "path, stamp FROM file_stamp", "id, mailbox, subject, body FROM responder_text"}) {
     EXPECT_TRUE(cache().Query("SELECT " + columns).Eof()) << columns;
   }
 }
@@ -55,7 +55,23 @@ TEST_P(DatabaseSchema, LeavesAnUpToDateDatabaseAsItIs) {
   AddDomain("example.org");
   Reopen();
   EXPECT_EQ(RowsOf("SELECT name FROM email_domain"), "example.org\n");
-  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "1\n");
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
+}
+
+TEST_P(DatabaseSchema, BringsADatabaseOfTheFirstVersionUpToDate) {
+  AddAlias(AddMailbox(AddDomain("example.org"), "info"), "sales");
+  cache().Query("DROP INDEX email_alias_by_name");
+  cache().Query("DROP TABLE responder_text");
+  cache().Query(
+      "CREATE TABLE responder_text (mailbox BIGINT PRIMARY KEY, subject TEXT, body TEXT)");
+  cache().Query("UPDATE schema_version SET version = 1");
+  Close();
+
+  Reopen();
+
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
+  EXPECT_EQ(RowsOf("SELECT name FROM email_alias"), "sales\n");
+  EXPECT_TRUE(cache().Query("SELECT id, mailbox, subject, body FROM responder_text").Eof());
 }
 
 TEST_P(DatabaseSchema, RefusesADatabaseOfANewerVersion) {
@@ -64,7 +80,7 @@ TEST_P(DatabaseSchema, RefusesADatabaseOfANewerVersion) {
   EXPECT_EQ(ErrorOf([&] { Reopen(); }),
             "database: " + url() +
                 ": its tables are of version 1000, made by a newer program than this one, which "
-                "knows version 1; use the newer program");
+                "knows version 2; use the newer program");
 }
 
 TEST_P(DatabaseSchema, TakesAStepWholeOrNotAtAll) {
@@ -103,7 +119,7 @@ TEST_P(DatabaseSchema, IsMadeOnceByManyProcessesAtATime) {
   for (std::thread& thread : threads) thread.join();
   for (const std::string& error : errors) EXPECT_EQ(error, "no error");
   Reopen();
-  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "1\n");
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
 }
 
 class SqliteFile : public testing::Test {

@@ -53,6 +53,23 @@ void UseForProcess(const Config& config) {
   }
 }
 
+/// What AfterCommit collects, while the work of a change runs in this thread.
+thread_local Steps* steps_in_progress = nullptr;
+
+class CollectedSteps {
+ public:
+  CollectedSteps() { steps_in_progress = &steps_; }
+  ~CollectedSteps() { steps_in_progress = nullptr; }
+
+  CollectedSteps(const CollectedSteps&) = delete;
+  CollectedSteps& operator=(const CollectedSteps&) = delete;
+
+  const Steps& steps() const noexcept { return steps_; }
+
+ private:
+  Steps steps_;
+};
+
 std::filesystem::path LogFile() {
   return CurrentConfig().state_dir / "zebfen.log";
 }
@@ -93,7 +110,18 @@ std::string OutstandingFiles() {
          "create it again\n";
 }
 
+std::string OutstandingSteps() {
+  return "what follows from it is not all done; mend the cause, then run: " + FixCommand() + "\n";
+}
+
 }  // namespace
+
+void AfterCommit(std::function<void()> step) {
+  if (steps_in_progress == nullptr) {
+    throw fen_err::Error("failure", "AfterCommit", "there is no change in progress");
+  }
+  steps_in_progress->push_back(std::move(step));
+}
 
 PartlyDone::PartlyDone(const fen_err::Error& cause, std::string outstanding)
     : fen_err::Error(cause), outstanding_(std::move(outstanding)) {}
@@ -111,14 +139,16 @@ void Panel::Change(const std::function<void()>& work) {
   MakeUpPendingWork();
   db::Transaction transaction(*database_, db::Transaction::Changes::kUnlisted);
   conf::Operation operation(conf::Operation::Mode::kBatch);
+  const CollectedSteps collected;
   work();
-  Save(operation, transaction);
+  Save(operation, transaction, collected.steps());
 }
 
 Rehearsal Panel::Rehearse(const std::function<void()>& work) {
   const db::Transaction transaction(*database_);
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
   RehearseModules(rehearsal);
+  const CollectedSteps forgotten;
   work();
   rehearsal.RunActions();
   const std::string pending = DescribePendingWork();
@@ -170,11 +200,14 @@ void Panel::MakeUpPendingWork() {
 
 /// The tools come last: they may run for long, and a process that is killed meanwhile must leave
 /// a database that says what the table files say.
-void Panel::Save(conf::Operation& operation, db::Transaction& transaction) {
+void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps) {
   const auto file_failure = FailureOf([&operation] { operation.Save(); });
   if (file_failure && operation.saved() == 0) throw *file_failure;
   const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
   if (database_failure && operation.saved() == 0) throw *database_failure;
+  const auto step_failure = database_failure ? std::nullopt : FailureOf([&steps] {
+    for (const auto& step : steps) step();
+  });
   const auto tool_failure = FailureOf([&operation] { operation.RunActions(); });
 
   if (database_failure) {
@@ -184,6 +217,10 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction) {
   if (file_failure) {
     throw PartlyDone(*file_failure, "the database and the saved table files hold the change\n" +
                                         OutstandingFiles() + OutstandingTools());
+  }
+  if (step_failure) {
+    throw PartlyDone(*step_failure, "the database and the table files hold the change\n" +
+                                        OutstandingSteps() + OutstandingTools());
   }
   if (tool_failure) {
     throw PartlyDone(*tool_failure,

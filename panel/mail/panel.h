@@ -10,8 +10,9 @@
 /// HOW A CHANGE RUNS
 ///   Change() begins a transaction and collects what the work does to the table files. When the
 ///   work fails, both are dropped and nothing has changed. When it is done, the files are saved in
-///   the order in which they were changed, the transaction is committed, and the tools run in the
-///   same order. A file or a tool may still fail then. If no file has been saved, nothing has
+///   the order in which they were changed, the transaction is committed, the steps that the work
+///   asked for by AfterCommit are taken, and the tools run in the order of their files. A file, a
+///   step or a tool may still fail then. If no file has been saved, nothing has
 ///   changed; otherwise the transaction is committed all the same, so that the database says what
 ///   the tables say, and the failure leaves as PartlyDone, which tells what is outstanding.
 ///
@@ -64,6 +65,12 @@ struct Rehearsal {
   std::vector<std::string> tools;  ///< command lines
 };
 
+/// Has `step` taken once the change in progress is committed, before its tools run; never in a
+/// rehearsal. For what follows from the database and is neither in it nor in a table file. Runs
+/// inside the work of Panel::Change or Panel::Rehearse.
+void AfterCommit(std::function<void()> step);
+using Steps = std::vector<std::function<void()>>;
+
 class Panel {
  public:
   /// Takes the lock and opens log and database. No module is loaded yet: reading needs none.
@@ -82,7 +89,7 @@ class Panel {
   void SetUpModules();
   void RehearseModules(const conf::Operation& rehearsal);
   void MakeUpPendingWork();
-  void Save(conf::Operation& operation, db::Transaction& transaction);
+  void Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps);
   void Warn(const std::string& text) const;
 
   Notices notices_;

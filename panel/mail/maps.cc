@@ -7,33 +7,14 @@
 #include <optional>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/fen_proc.h"
+#include "panel/mail/postconf.h"
 
 namespace panel::mail {
 namespace {
-
-std::string Run(const std::string& what, const std::string& command) {
-  const fen_proc::Execute tool(command, fen_proc::Execute::kWaitAndCapture);
-  std::string output = tool.Str();
-  output.erase(output.find_last_not_of(" \r\n") + 1);
-  if (tool.Result() != 0) throw fen_err::Error("email", what, output);
-  return output;
-}
-
-/// postconf with the options that postmap is configured with, so that it reads the same main.cf. It
-/// stands beside postmap, unless another tool was configured in its place.
-std::string PostconfCommand() {
-  const std::string postmap = fen_cf::GetPath("postfix-postmap");
-  const std::size_t end_of_program = std::min(postmap.find(' '), postmap.size());
-  std::filesystem::path postconf = postmap.substr(0, end_of_program);
-  postconf.replace_filename("postconf");
-  if (access(postconf.c_str(), X_OK) != 0) postconf = "/usr/sbin/postconf";
-  return postconf.string() + postmap.substr(end_of_program) + " -h default_database_type";
-}
 
 /// When the file's contents came into place. A copy that was put back keeps the time of its last
 /// modification, but not that of its last change.
@@ -61,8 +42,7 @@ std::string MapSuffix() {
   static const std::map<std::string, std::string> suffixes = {{"hash", ".db"},   {"btree", ".db"},
                                                               {"lmdb", ".lmdb"}, {"cdb", ".cdb"},
                                                               {"dbm", ".dir"},   {"sdbm", ".dir"}};
-  const std::string output = Run("postconf", PostconfCommand());
-  const std::string type = output.substr(output.rfind('\n') + 1);  // warnings come before it
+  const std::string type = PostconfValue("default_database_type");
   const auto suffix = suffixes.find(type);
   if (suffix == suffixes.end()) {
     throw fen_err::Error("email", "postconf",
@@ -83,7 +63,10 @@ std::string BuildCommand(const Map& map) {
 }
 
 void Build(const Map& map) {
-  Run(map.tool, BuildCommand(map));
+  const fen_proc::Execute tool(BuildCommand(map), fen_proc::Execute::kWaitAndCapture);
+  std::string output = tool.Str();
+  output.erase(output.find_last_not_of(" \r\n") + 1);
+  if (tool.Result() != 0) throw fen_err::Error("email", map.tool, output);
 }
 
 }  // namespace panel::mail

@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "host/fen_err.h"
 #include "host/test.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/names.h"
 
 namespace panel::mail {
 namespace {
@@ -19,22 +21,11 @@ constexpr std::string_view kRedirectToDomain = "redir_domain";
 constexpr std::array<std::string_view, 4> kActions = {"error", "ignore", kRedirectToAddress,
                                                       kRedirectToDomain};
 
-[[noreturn]] void Refuse(const std::string& setting, const std::string& value,
-                         const std::string& why) {
-  throw fen_err::Error("value", setting, "\"" + value + "\" " + why);
-}
-
 std::string CheckedAction(const std::string& action) {
   if (std::find(kActions.begin(), kActions.end(), action) == kActions.end()) {
     Refuse("default action", action, "is none of error, ignore, redir_email, redir_domain");
   }
   return action;
-}
-
-std::string CheckedAddress(const std::string& text) {
-  std::string address = text;
-  if (!test::Email(address)) Refuse("redirect", text, "is not a mail address");
-  return address;
 }
 
 std::string CheckedTargetDomain(const std::string& text, const std::string& own_name) {
@@ -57,7 +48,7 @@ std::string CheckedRedirect(const DomainSettings& settings, const std::string& a
   if (given.empty()) {
     throw fen_err::Error("value", "redirect", "is needed for the default action " + action);
   }
-  return action == kRedirectToAddress ? CheckedAddress(given)
+  return action == kRedirectToAddress ? CheckedAddress("redirect", given)
                                       : CheckedTargetDomain(given, row.name.Str());
 }
 
@@ -79,12 +70,6 @@ std::int64_t CheckedOwner(std::int64_t owner) {
 }
 
 }  // namespace
-
-std::string CheckedDomainName(const std::string& text) {
-  std::string name = text;
-  if (!test::Domain(name)) Refuse("domain", text, "is not a domain name");
-  return name;
-}
 
 void ApplySettings(const DomainSettings& settings, zeb_db::EmailDomainTable& row) {
   const std::string action = CheckedAction(settings.default_action.value_or(row.defaction.Str()));

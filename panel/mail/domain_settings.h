@@ -6,15 +6,10 @@
 
 #pragma once
 
-#include <string>
-
 #include "host/zeb_db.h"
 #include "panel/mail/mail_module.h"
 
 namespace panel::mail {
-
-/// The name in the form in which it is kept.
-std::string CheckedDomainName(const std::string& text);
 
 /// Brings `settings` into the row, whose other fields stay as they are. Nothing is brought in
 /// unless the row makes sense as a whole afterwards.

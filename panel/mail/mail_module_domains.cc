@@ -1,7 +1,5 @@
 /// NAME
-///   mail_module - the panel's mail domains
-
-#include "panel/mail/mail_module.h"
+///   mail_module_domains - the panel's mail domains
 
 #include <map>
 #include <utility>
@@ -9,49 +7,15 @@
 #include "host/fen_err.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/domain_settings.h"
+#include "panel/mail/mail_module.h"
+#include "panel/mail/mailbox_changes.h"
 
 namespace panel::mail {
 namespace {
 
-using DomainRow = std::shared_ptr<zeb_db::EmailDomainTable>;
-
-/// The row of an existing domain.
-DomainRow FindDomain(const std::string& text) {
-  const std::string name = CheckedDomainName(text);
-  DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
-  if (!row->name.Lookup(name)) throw fen_err::Error("missing", "domain", text);
-  return row;
-}
-
-std::string UnicodeName(const std::string& ascii) {
-  zeb_db::EmailDomainTable converter;
-  converter.name = ascii;
-  return converter.name.Unicode();
-}
-
-/// An address or a domain with the domain in Unicode.
-std::string UnicodeTarget(const std::string& target) {
-  const std::size_t domain = target.rfind('@') + 1;
-  return target.substr(0, domain) + UnicodeName(target.substr(domain));
-}
-
 Domain Shown(const zeb_db::EmailDomainTable& row) {
-  return {row.name.Unicode(), row.active, row.defaction.Str(), UnicodeTarget(row.redirect.Str()),
+  return {row.name.Unicode(), row.active, row.defaction.Str(), InUnicode(row.redirect.Str()),
           row.ip.Str()};
-}
-
-std::vector<std::string> KeysOf(const std::string& query) {
-  std::vector<std::string> keys;
-  for (fen_db::Result rows = zeb_db::GetCache().Query(query); !rows.Eof(); rows.Next()) {
-    keys.push_back(rows.Str());
-  }
-  return keys;
-}
-
-void DeleteMailbox(const std::string& key) {
-  auto mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(key);
-  BackEnd().DeleteEmail(mailbox);
-  mailbox->Delete();
 }
 
 void SetActive(const std::string& name, bool active) {
@@ -72,7 +36,7 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
   row->active = true;
   row->defaction = "error";
   ApplySettings(settings, *row);
-  if (const auto line = table_domains_.Find(ascii)) {
+  if (const auto line = addresses_.Find("@" + ascii)) {
     throw fen_err::Error(
         "exists", "domain",
         name + " is not in the panel, but in " + *line + "; remove the line first");
@@ -99,8 +63,9 @@ void MailModule::ResumeDomain(const std::string& name) {
 void MailModule::DeleteDomain(const std::string& name) {
   DomainRow row = FindDomain(name);
   for (const std::string& key :
-       KeysOf("SELECT id FROM email WHERE domain = " + row->id.AsString() + " ORDER BY id")) {
-    DeleteMailbox(key);
+       Column("SELECT id FROM email WHERE domain = " + row->id.AsString() + " ORDER BY id")) {
+    MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(key);
+    DeleteWithAll(mailbox);
   }
   BackEnd().DeleteDomain(row);
   row->Delete();

@@ -1,11 +1,9 @@
 /// NAME
-///   responder - how a mailbox's mail gets answered
-
-#include <string>
+///   responder_action - how a mailbox's mail gets answered, for the back-end
 
 #include "host/email.h"
-#include "host/fen_err.h"
+#include "panel/mail/responder_folder.h"
 
 std::string email::GetResponderAction(std::shared_ptr<zeb_db::EmailTable>& email) {
-  throw fen_err::Error("not_supported", "responder", GetEmailName(email));
+  return panel::mail::ResponderTarget(email->id);
 }

@@ -100,16 +100,34 @@ TEST_F(MailAddresses, OfMailboxWithoutDomainAreAnError) {
   }
 }
 
-TEST_F(MailAddresses, HaveNoResponderYet) {
+TEST_F(MailAddresses, GetTheSameResponderWhateverTheyAreCalled) {
   Mailbox mailbox;
   Domain domain;
   ASSERT_TRUE(email::FindByEmailName("info@bücher.example", mailbox, domain));
+
+  const std::string target = email::GetResponderAction(mailbox);
+
+  EXPECT_EQ(target, "\"|" + (panel_.config().module_dir.parent_path() / "zebmail-answer").string() +
+                        " " + panel_.state_dir().string() + "/responder/" + mailbox->id.Str() +
+                        "\"");
+  mailbox->name = "other; touch owned";
+  EXPECT_EQ(email::GetResponderAction(mailbox), target);
+}
+
+TEST_F(MailAddresses, GetNoResponderWhereTheAliasesCouldNotHoldItsPath) {
+  Mailbox mailbox;
+  Domain domain;
+  ASSERT_TRUE(email::FindByEmailName("info@bücher.example", mailbox, domain));
+  panel_.SetPath("zebmail-answer", "/opt/my mail/answer");
 
   try {
     email::GetResponderAction(mailbox);
     FAIL() << "gave a target";
   } catch (const fen_err::Error& error) {
-    EXPECT_STREQ(error.what(), "not_supported: responder: info@xn--bcher-kva.example");
+    EXPECT_STREQ(error.what(),
+                 "config: /opt/my mail/answer: is part of a command in the aliases, so that only "
+                 "letters, digits and / . _ + - can be in it; move it, or set another state_dir or "
+                 "module_dir");
   }
 }
 

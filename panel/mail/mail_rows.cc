@@ -1,0 +1,64 @@
+/// NAME
+///   mail_rows - finding the rows that a change is about
+
+#include "panel/mail/mail_rows.h"
+
+#include "host/email.h"
+#include "host/fen_err.h"
+#include "panel/db/database.h"
+
+namespace panel::mail {
+namespace {
+
+bool FindInDomain(zeb_db::EmailTable& mailbox, std::int64_t domain, const std::string& local) {
+  return db::FindRow(mailbox, {{"domain", domain}, {"name", local}});
+}
+
+}  // namespace
+
+DomainRow FindDomain(const std::string& text) {
+  const std::string name = CheckedDomainName(text);
+  DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  if (!row->name.Lookup(name)) throw fen_err::Error("missing", "domain", text);
+  return row;
+}
+
+/// One that was read from a table made by hand has its name as it stands there, so that is tried
+/// as well.
+MailboxRow FindMailbox(const std::string& text) {
+  const MailboxName name = CheckedMailbox(text);
+  const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>();
+  const bool is_found = domain->name.Lookup(name.domain) &&
+                        (FindInDomain(*mailbox, domain->id, name.local) ||
+                         FindInDomain(*mailbox, domain->id, text.substr(0, text.rfind('@'))));
+  if (!is_found) throw fen_err::Error("missing", "mailbox", text);
+  return mailbox;
+}
+
+std::string AddressOf(MailboxRow& mailbox) {
+  return email::GetEmailName(mailbox);
+}
+
+std::optional<std::string> UseOfName(const zeb_db::EmailDomainTable& domain,
+                                     const std::string& local) {
+  MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>();
+  if (FindInDomain(*mailbox, domain.id, local)) return "a mailbox";
+  const std::vector<std::string> owners = Column(
+      "SELECT email.id FROM email_alias JOIN email ON email.id = email_alias.email"
+      " WHERE email_alias.name = " +
+      fen_db::Cache::EscapeValue(local) + " AND email.domain = " + domain.id.AsString());
+  if (owners.empty()) return std::nullopt;
+  mailbox->Assert(owners.front());
+  return "an alias of " + InUnicode(AddressOf(mailbox));
+}
+
+std::vector<std::string> Column(const std::string& query) {
+  std::vector<std::string> values;
+  for (fen_db::Result rows = zeb_db::GetCache().Query(query); !rows.Eof(); rows.Next()) {
+    values.push_back(rows.Str());
+  }
+  return values;
+}
+
+}  // namespace panel::mail

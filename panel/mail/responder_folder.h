@@ -1,0 +1,44 @@
+/// NAME
+///   responder_folder - what the program that answers for a mailbox works with
+///
+/// PURPOSE
+///   Postfix answers for a mailbox by running a program, zebmail-answer, in the name of an
+///   unprivileged user. It finds all it needs in a folder of the mailbox's own:
+///
+///     STATE_DIR/responder/KEY/message      what it answers, a whole message without "To:"
+///     STATE_DIR/responder/KEY/answered.db  whom it has answered, and when
+///
+///   The user can get into the folder, read the message and write the record, and no more: the
+///   panel's other files stay closed to him. KEY is the mailbox's key, so that nothing that a user
+///   typed stands in a command.
+///
+/// HOW IT FAILS
+///   With fen_err::Error: "missing" for a program that is not installed, "file" (path, why) for
+///   what cannot be written or is out of reach, "config" for a path that the aliases cannot hold.
+
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace panel::mail {
+
+/// The command that answers for the mailbox with this key, as a value of aliases(5). Not affected
+/// by whether the folder is there.
+std::string ResponderTarget(std::int64_t mailbox);
+
+/// Throws unless what answering takes is installed and within reach of who runs it.
+void RequireAnswering();
+
+/// Puts the message in place. `anew` begins a new record of who was answered; there is one
+/// afterwards in any case.
+void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew);
+
+/// Removes the folder, if it is there.
+void RemoveResponderFolder(std::int64_t mailbox);
+
+/// Why the folder does not serve to answer with this message; empty when it does.
+std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message);
+
+}  // namespace panel::mail

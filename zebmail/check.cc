@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -130,11 +129,7 @@ Status Check(const Invocation& invocation, bool fix) {
   const Report report = Examine(panel, fix);
   const bool is_well = report.findings.empty();
   if (is_well && invocation.quiet) return kDone;
-  if (invocation.json) {
-    PrintJson(AsJson(report));
-  } else {
-    std::cout << AsText(report);
-  }
+  Print(invocation, AsJson(report), AsText(report));
   return is_well ? kDone : kFailed;
 }
 

@@ -28,10 +28,20 @@ struct Invocation {
   std::function<Status()> action;
 };
 
+/// Adds a group of commands to `app` and returns it.
+CLI::App& AddGroup(CLI::App& app, const std::string& name, const std::string& help);
+
+/// Adds a command to `group` that does `run` when it is chosen, and returns it, for its arguments.
+CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string& name,
+                     const std::string& help, std::function<Status()> run);
+
 /// Each adds its group of commands to `app`. Their actions refer to `invocation`, which must
 /// outlive them.
 void AddInit(CLI::App& app, Invocation& invocation);
 void AddDomain(CLI::App& app, Invocation& invocation);
+void AddMailbox(CLI::App& app, Invocation& invocation);
+void AddAliasAndForward(CLI::App& app, Invocation& invocation);
+void AddResponder(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 
 }  // namespace zebmail

@@ -91,12 +91,15 @@ Status Printed(Status status) {
 
 Status Run(int argc, char** argv) {
   Invocation invocation;
-  CLI::App app("Runs the mail domains of a Postfix server.", "zebmail");
+  CLI::App app("Runs the mail of a Postfix server.", "zebmail");
   app.require_subcommand(0, 1);
   app.fallthrough();
   AddGlobalOptions(app, invocation);
   AddInit(app, invocation);
   AddDomain(app, invocation);
+  AddMailbox(app, invocation);
+  AddAliasAndForward(app, invocation);
+  AddResponder(app, invocation);
   AddCheck(app, invocation);
 
   if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))

@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kPublicFolder = 0755;
-constexpr mode_t kPrivateFolder = 0750;
+constexpr mode_t kPassableFolder = 0711;
 constexpr mode_t kPublicFile = 0644;
 constexpr mode_t kPrivateFile = 0640;
 
@@ -270,7 +270,8 @@ PanelPlan PlanPanel(const InitOptions& options) {
   if (plan.is_new) CheckNewPanel(options, plan.config);
 
   Planner planner(plan);
-  planner.AddFolder(plan.config.state_dir, kPrivateFolder);
+  // What answers for mailboxes runs in an unprivileged user's name and works in a folder below.
+  planner.AddFolder(plan.config.state_dir, kPassableFolder);
   if (plan.config.database.starts_with(kSqlite)) {
     planner.AddFile(plan.config.database.substr(kSqlite.size()), kPrivateFile, "");
   }

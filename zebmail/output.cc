@@ -4,7 +4,6 @@
 #include "zebmail/output.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <iostream>
 
@@ -60,8 +59,7 @@ std::size_t Width(const std::string& text) {
   }));
 }
 
-constexpr std::size_t kColumns = 5;
-using Row = std::array<std::string, kColumns>;
+using Row = std::vector<std::string>;
 
 std::string OrDash(const std::string& text) {
   return text.empty() ? "-" : text;
@@ -69,20 +67,28 @@ std::string OrDash(const std::string& text) {
 
 /// `rows` with the columns two blanks apart and no blanks at the ends of lines.
 std::string Align(const std::vector<Row>& rows) {
-  std::array<std::size_t, kColumns> widths{};
+  std::vector<std::size_t> widths(rows.front().size());
   for (const Row& row : rows) {
-    for (std::size_t column = 0; column < kColumns; ++column) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
       widths[column] = std::max(widths[column], Width(row[column]));
     }
   }
   std::string text;
   for (const Row& row : rows) {
-    for (std::size_t column = 0; column + 1 < kColumns; ++column) {
+    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
       text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
     }
     text += row.back() + "\n";
   }
   return text;
+}
+
+std::string State(bool active) {
+  return active ? "active" : "suspended";
+}
+
+std::string Flag(const std::string& name, bool value) {
+  return name + ": " + (value ? "true" : "false") + "\n";
 }
 
 Json RehearsalAsJson(const panel::mail::Rehearsal& rehearsal) {
@@ -103,6 +109,31 @@ void PrintJson(const Json& document) {
   std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
+void Print(const Invocation& invocation, const Json& document, const std::string& text) {
+  if (invocation.json) {
+    PrintJson(document);
+  } else {
+    std::cout << text;
+  }
+}
+
+void Confirm(const Invocation& invocation, const std::string& name, const std::string& done,
+             const Json& document) {
+  if (!invocation.quiet) Print(invocation, document, OneLine(name) + ": " + OneLine(done) + "\n");
+}
+
+const std::string& NameOf(const panel::mail::Domain& domain) {
+  return domain.name;
+}
+
+const std::string& NameOf(const panel::mail::Mailbox& mailbox) {
+  return mailbox.address;
+}
+
+const std::string& NameOf(const panel::mail::Responder& responder) {
+  return responder.address;
+}
+
 Json ToJson(const panel::mail::Domain& domain) {
   return {{"name", domain.name},
           {"active", domain.active},
@@ -111,21 +142,63 @@ Json ToJson(const panel::mail::Domain& domain) {
           {"ip", domain.ip}};
 }
 
+Json ToJson(const panel::mail::Mailbox& mailbox) {
+  return {{"address", mailbox.address},    {"active", mailbox.active},
+          {"dropmail", mailbox.drop_mail}, {"aliases", mailbox.aliases},
+          {"forwards", mailbox.forwards},  {"responder", mailbox.responder}};
+}
+
+Json ToJson(const panel::mail::Responder& responder) {
+  return {{"address", responder.address},
+          {"active", responder.active},
+          {"subject", responder.subject},
+          {"text", responder.text}};
+}
+
 std::string ToText(const panel::mail::Domain& domain) {
-  return "name: " + OneLine(domain.name) + "\nactive: " + (domain.active ? "true" : "false") +
-         "\ndefaction: " + OneLine(domain.default_action) +
+  return "name: " + OneLine(domain.name) + "\n" + Flag("active", domain.active) +
+         "defaction: " + OneLine(domain.default_action) +
          "\nredirect: " + OneLine(domain.redirect) + "\nip: " + OneLine(domain.ip) + "\n";
+}
+
+std::string ToText(const panel::mail::Mailbox& mailbox) {
+  return "address: " + OneLine(mailbox.address) + "\n" + Flag("active", mailbox.active) +
+         Flag("dropmail", mailbox.drop_mail) + "aliases: " + OneLine(Joined(mailbox.aliases)) +
+         "\nforwards: " + OneLine(Joined(mailbox.forwards)) + "\n" +
+         Flag("responder", mailbox.responder);
+}
+
+std::string ToText(const panel::mail::Responder& responder) {
+  return "address: " + OneLine(responder.address) + "\n" + Flag("active", responder.active) +
+         "subject: " + OneLine(responder.subject) + "\n\n" + Lines(responder.text);
 }
 
 std::string ToTable(const std::vector<panel::mail::Domain>& domains) {
   if (domains.empty()) return "";
   std::vector<Row> rows = {{"NAME", "STATE", "DEFAULT ACTION", "REDIRECT", "IP"}};
   for (const panel::mail::Domain& domain : domains) {
-    rows.push_back({OneLine(domain.name), domain.active ? "active" : "suspended",
-                    OneLine(domain.default_action), OrDash(OneLine(domain.redirect)),
-                    OrDash(OneLine(domain.ip))});
+    rows.push_back({OneLine(domain.name), State(domain.active), OneLine(domain.default_action),
+                    OrDash(OneLine(domain.redirect)), OrDash(OneLine(domain.ip))});
   }
   return Align(rows);
+}
+
+std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes) {
+  if (mailboxes.empty()) return "";
+  std::vector<Row> rows = {{"ADDRESS", "STATE", "MAIL", "RESPONDER", "ALIASES", "FORWARDS"}};
+  for (const panel::mail::Mailbox& mailbox : mailboxes) {
+    rows.push_back({OneLine(mailbox.address), State(mailbox.active),
+                    mailbox.drop_mail ? "dropped" : "kept", mailbox.responder ? "on" : "off",
+                    OrDash(OneLine(Joined(mailbox.aliases))),
+                    OrDash(OneLine(Joined(mailbox.forwards)))});
+  }
+  return Align(rows);
+}
+
+std::string ToLines(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += OneLine(name) + "\n";
+  return text;
 }
 
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal) {
@@ -167,6 +240,12 @@ void PrintError(const std::exception& error) {
 
 void PrintWarning(const std::string& text) {
   std::cerr << "zebmail: " << Lines(text);
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
 }
 
 std::string OneLine(std::string_view text) {

@@ -27,14 +27,49 @@ using Json = nlohmann::ordered_json;
 /// Prints one JSON document. What is not valid UTF-8 in it is replaced.
 void PrintJson(const Json& document);
 
+/// Prints a result: `document` with --json, else `text`.
+void Print(const Invocation& invocation, const Json& document, const std::string& text);
+
+/// Tells that a change was made, in one line or by what was changed as it is now; --quiet keeps it
+/// back.
+void Confirm(const Invocation& invocation, const std::string& name, const std::string& done,
+             const Json& document);
+
+/// What the thing is called when a change of it is confirmed.
+const std::string& NameOf(const panel::mail::Domain& domain);
+const std::string& NameOf(const panel::mail::Mailbox& mailbox);
+const std::string& NameOf(const panel::mail::Responder& responder);
+
 /// A domain as {name, active, defaction, redirect, ip}.
 Json ToJson(const panel::mail::Domain& domain);
 
+/// A mailbox as {address, active, dropmail, aliases: [], forwards: [], responder}.
+Json ToJson(const panel::mail::Mailbox& mailbox);
+
+/// A responder as {address, active, subject, text}.
+Json ToJson(const panel::mail::Responder& responder);
+
+/// An array of these.
+template <class T>
+Json ToJson(const std::vector<T>& all) {
+  Json document = Json::array();
+  for (const T& one : all) document.push_back(ToJson(one));
+  return document;
+}
+
 /// One "key: value" line a field.
 std::string ToText(const panel::mail::Domain& domain);
+std::string ToText(const panel::mail::Mailbox& mailbox);
 
-/// One line a domain below a line of headings, in columns; nothing when there are no domains.
+/// The text of a responder stands below its other fields, after an empty line.
+std::string ToText(const panel::mail::Responder& responder);
+
+/// One line each below a line of headings, in columns; nothing when there are none.
 std::string ToTable(const std::vector<panel::mail::Domain>& domains);
+std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes);
+
+/// One line each.
+std::string ToLines(const std::vector<std::string>& names);
 
 /// Prints what a change would do: a unified diff of each table file, the rows, the tools. As JSON
 /// {files: [{path, diff}], rows: [{table, what, row}], tools: []}.
@@ -46,6 +81,9 @@ void PrintError(const std::exception& error);
 
 /// Prints "zebmail: TEXT"; further lines of the text stand below it.
 void PrintWarning(const std::string& text);
+
+/// The names in one line, with ", " between them.
+std::string Joined(const std::vector<std::string>& names);
 
 /// `text`, which is to stay one line, with control characters as "\n" or "\x1b".
 std::string OneLine(std::string_view text);

@@ -80,7 +80,7 @@ TEST(Init, KeepsOthersOut) {
   EXPECT_EQ(ModeOf(place.Path("panel")), 0755U);
   EXPECT_EQ(ModeOf(place.Path("panel/mail")), 0755U);
   EXPECT_EQ(ModeOf(place.Path("panel/mail/virtusertable")), 0644U);
-  EXPECT_EQ(ModeOf(place.Path("panel/state")), 0750U);
+  EXPECT_EQ(ModeOf(place.Path("panel/state")), 0711U);
   EXPECT_EQ(ModeOf(place.Path("panel/zebmail.toml")), 0640U);
   EXPECT_EQ(ModeOf(place.Path("panel/panel.db")), 0640U);
 }

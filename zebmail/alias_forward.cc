@@ -1,0 +1,81 @@
+/// NAME
+///   alias_forward - the commands about the aliases and forwards of a mailbox
+///
+/// WHAT THEY PRINT
+///   A change confirms itself by the mailbox. `list` prints a name a line, or with --json an array.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zebmail/change.h"
+#include "zebmail/invocation.h"
+
+namespace zebmail {
+namespace {
+
+using panel::mail::Mailbox;
+using panel::mail::MailModule;
+using Names = std::vector<std::string>;
+
+/// What the two groups differ in.
+struct Kind {
+  std::string one;   ///< "alias"
+  std::string many;  ///< "aliases"
+  std::string option;
+  std::string meaning;
+  void (MailModule::*add)(const std::string& mailbox, const Names& names);
+  void (MailModule::*remove)(const std::string& mailbox, const Names& names);
+  Names Mailbox::*names;
+};
+
+/// What the arguments of one command are read into.
+struct Arguments {
+  std::string mailbox;
+  Names names;
+};
+
+CLI::App& About(CLI::App& command, Arguments& arguments) {
+  command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address")->required();
+  return command;
+}
+
+void AddNameGroup(CLI::App& app, Invocation& invocation, const Kind& kind) {
+  CLI::App& group = AddGroup(app, kind.one, kind.many + " of mailboxes: " + kind.meaning);
+  const auto given = std::make_shared<Arguments>();  // of the one command that is chosen
+  const auto show = [given](const MailModule& mail) { return mail.ShowMailbox(given->mailbox); };
+  const auto add_change = [&](const std::string& name, const std::string& done, auto operation) {
+    CLI::App& command = AddCommand(
+        group, invocation, name, name + " " + kind.many,
+        [&invocation, given, show, done, operation] {
+          return Change(
+              invocation, done + " " + Joined(given->names),
+              [&](MailModule& mail) { (mail.*operation)(given->mailbox, given->names); }, show);
+        });
+    About(command, *given).add_option(kind.option, given->names, kind.meaning)->required();
+  };
+
+  add_change("add", kind.many + " added:", kind.add);
+  add_change("remove", kind.many + " removed:", kind.remove);
+  About(AddCommand(group, invocation, "list", "list the " + kind.many + " of a mailbox",
+                   [&invocation, show, names = kind.names] {
+                     const panel::mail::Panel panel = OpenPanel(invocation);
+                     const Names shown = show(MailModule()).*names;
+                     Print(invocation, Json(shown), ToLines(shown));
+                     return kDone;
+                   }),
+        *given);
+}
+
+}  // namespace
+
+void AddAliasAndForward(CLI::App& app, Invocation& invocation) {
+  AddNameGroup(app, invocation,
+               {"alias", "aliases", "NAME", "further local parts in the mailbox's own domain",
+                &MailModule::AddAliases, &MailModule::RemoveAliases, &Mailbox::aliases});
+  AddNameGroup(app, invocation,
+               {"forward", "forwards", "ADDR", "addresses that get a copy of its mail",
+                &MailModule::AddForwards, &MailModule::RemoveForwards, &Mailbox::forwards});
+}
+
+}  // namespace zebmail

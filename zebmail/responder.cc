@@ -1,0 +1,84 @@
+/// NAME
+///   responder - the commands about auto-responders
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/fen_err.h"
+#include "zebmail/change.h"
+#include "zebmail/invocation.h"
+
+namespace zebmail {
+namespace {
+
+using panel::mail::MailModule;
+
+/// What the arguments of one command are read into.
+struct Arguments {
+  std::string mailbox;
+  std::optional<std::string> subject;
+  std::optional<std::string> text_file;
+};
+
+CLI::App& About(CLI::App& command, Arguments& arguments) {
+  command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address")->required();
+  return command;
+}
+
+/// More than any text may have; what is longer is refused as a text.
+constexpr std::size_t kMostBytes = 1 << 20;
+
+/// The text of the file, or of standard input for "-".
+std::string ReadTextFile(const std::string& name) {
+  std::ifstream file;
+  if (name != "-") file.open(name, std::ios::binary);
+  std::istream& stream = name == "-" ? std::cin : file;
+  std::string text(kMostBytes, '\0');
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  const bool is_read = stream.eof() && !stream.bad();
+  if (!is_read && text.size() < kMostBytes) throw fen_err::Error("file", name, "cannot be read");
+  return text;
+}
+
+}  // namespace
+
+void AddResponder(CLI::App& app, Invocation& invocation) {
+  CLI::App& group = AddGroup(app, "responder", "automatic replies to mail for a mailbox");
+  const auto given = std::make_shared<Arguments>();  // of the one command that is chosen
+  const auto show = [given](const MailModule& mail) { return mail.ShowResponder(given->mailbox); };
+
+  CLI::App& on = About(
+      AddCommand(group, invocation, "on",
+                 "answer each sender once a week; what is not given stays as it "
+                 "was the last time",
+                 [&invocation, given, show] {
+                   panel::mail::ResponderSettings settings{given->subject, {}};
+                   if (given->text_file) {
+                     settings.text = ReadTextFile(*given->text_file);
+                   }
+                   return Change(
+                       invocation, "responder on",
+                       [&](MailModule& mail) { mail.SwitchResponderOn(given->mailbox, settings); },
+                       show);
+                 }),
+      *given);
+  on.add_option("--subject", given->subject, "the subject of the replies");
+  on.add_option("--text-file", given->text_file,
+                "a file with the text of the replies in UTF-8; - for standard input");
+  About(AddCommand(group, invocation, "off", "answer no longer",
+                   [&invocation, given, show] {
+                     return Change(
+                         invocation, "responder off",
+                         [&](MailModule& mail) { mail.SwitchResponderOff(given->mailbox); }, show);
+                   }),
+        *given);
+  About(AddCommand(group, invocation, "show", "show subject and text of the replies",
+                   [&invocation, show] { return PrintOne(invocation, show); }),
+        *given);
+}
+
+}  // namespace zebmail

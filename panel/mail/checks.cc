@@ -16,13 +16,12 @@
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/maps.h"
+#include "panel/mail/responder_checks.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
 
 namespace panel::mail {
 namespace {
-
-using Findings = std::vector<Finding>;
 
 std::string ConfigureAdvice(const std::string& name) {
   return "set " + name + " under [path] in " + CurrentConfig().file.string();
@@ -132,8 +131,8 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 4> kChecks = {&CheckPendingWork, &CheckTools, &CheckTableFiles,
-                                          &CheckMaps};
+constexpr std::array<Check, 5> kChecks = {&CheckPendingWork, &CheckTools, &CheckTableFiles,
+                                          &CheckMaps, &CheckResponders};
 
 }  // namespace
 

@@ -18,7 +18,7 @@
 namespace panel::mail {
 
 struct Finding {
-  std::string check;   ///< which check found it: "pending", "map", "path" or "file"
+  std::string check;   ///< which check found it: "pending", "path", "file", "map", "responder"
   std::string object;  ///< what it concerns, a path mostly
   std::string what;    ///< what is wrong
   std::string why;     ///< why it matters
@@ -28,8 +28,10 @@ struct Finding {
   std::function<void()> fix;
 };
 
+using Findings = std::vector<Finding>;
+
 /// The findings of all checks, in the order of the checks. Runs in an open Panel whose modules are
 /// set up.
-std::vector<Finding> RunChecks();
+Findings RunChecks();
 
 }  // namespace panel::mail

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <system_error>
 
 #include <fcntl.h>
@@ -33,10 +34,6 @@ constexpr mode_t kOwnersAlone = 0600;
 
 fs::path FolderOfAll() {
   return CurrentConfig().state_dir / "responder";
-}
-
-fs::path FolderOf(std::int64_t mailbox) {
-  return FolderOfAll() / std::to_string(mailbox);
 }
 
 fs::path MessageIn(const fs::path& folder) {
@@ -98,9 +95,13 @@ void MakeRecord(const fs::path& path, bool anew) {
 
 }  // namespace
 
+fs::path ResponderFolder(std::int64_t mailbox) {
+  return FolderOfAll() / std::to_string(mailbox);
+}
+
 std::string ResponderTarget(std::int64_t mailbox) {
   const fs::path program = AnsweringProgram();
-  const fs::path folder = FolderOf(mailbox);
+  const fs::path folder = ResponderFolder(mailbox);
   RequirePlain(program);
   RequirePlain(folder);
   return "\"|" + program.string() + " " + folder.string() + "\"";
@@ -116,7 +117,7 @@ void RequireAnswering() {
 
 void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew) {
   const CommandUser user = FindCommandUser();
-  const fs::path folder = FolderOf(mailbox);
+  const fs::path folder = ResponderFolder(mailbox);
   MakeFolder(FolderOfAll());
   Own(FolderOfAll(), geteuid(), getegid(), kPassable);
   MakeFolder(folder);
@@ -130,12 +131,25 @@ void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool
 
 void RemoveResponderFolder(std::int64_t mailbox) {
   std::error_code failure;
-  fs::remove_all(FolderOf(mailbox), failure);
-  if (failure) throw fen_err::Error("file", FolderOf(mailbox).string(), failure.message());
+  fs::remove_all(ResponderFolder(mailbox), failure);
+  if (failure) throw fen_err::Error("file", ResponderFolder(mailbox).string(), failure.message());
+}
+
+/// What has another name was not made by the panel.
+std::vector<std::int64_t> ListResponderFolders() {
+  std::vector<std::int64_t> mailboxes;
+  std::error_code missing;
+  for (const fs::directory_entry& entry : fs::directory_iterator(FolderOfAll(), missing)) {
+    const std::string name = entry.path().filename();
+    std::int64_t mailbox = 0;
+    const auto end = std::from_chars(name.data(), name.data() + name.size(), mailbox).ptr;
+    if (end == name.data() + name.size()) mailboxes.push_back(mailbox);
+  }
+  return mailboxes;
 }
 
 std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message) {
-  const fs::path folder = FolderOf(mailbox);
+  const fs::path folder = ResponderFolder(mailbox);
   struct stat status {};
   try {
     if (conf::ReadWholeFile(MessageIn(folder).string()).bytes != message) {

@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace panel::mail {
 
@@ -37,6 +38,12 @@ void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool
 
 /// Removes the folder, if it is there.
 void RemoveResponderFolder(std::int64_t mailbox);
+
+/// The mailboxes that have a folder.
+std::vector<std::int64_t> ListResponderFolders();
+
+/// The folder of the mailbox, whether it is there or not.
+std::filesystem::path ResponderFolder(std::int64_t mailbox);
 
 /// Why the folder does not serve to answer with this message; empty when it does.
 std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message);

@@ -31,7 +31,8 @@ File::File(const Table& table, std::string path, FileContents contents)
     : table_(table),
       path_(std::move(path)),
       stamp_(contents.stamp),
-      text_(std::move(contents.bytes)) {
+      text_(std::move(contents.bytes)),
+      words_(text_) {
   indexes_.reserve(table.types());
   for (std::size_t type = 0; type < table.types(); ++type) {
     indexes_.emplace_back(table, type, text_);

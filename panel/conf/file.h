@@ -19,6 +19,7 @@
 #include "panel/conf/key_index.h"
 #include "panel/conf/table.h"
 #include "panel/conf/text.h"
+#include "panel/conf/word_index.h"
 
 namespace panel::conf {
 
@@ -35,6 +36,9 @@ class File : public std::enable_shared_from_this<File> {
   std::string Whole() const;
 
   LineId Find(std::size_t type, std::string_view key);
+
+  /// The lines that hold `word`, in order.
+  std::vector<LineId> LinesWith(std::string_view word) { return words_.Find(word); }
 
   /// Changes of the text, on behalf of a record of the type `type`.
   void Replace(std::size_t type, LineId line, std::string text);
@@ -76,6 +80,7 @@ class File : public std::enable_shared_from_this<File> {
   std::optional<FileStamp> stamp_;
   Text text_;
   std::vector<KeyIndex> indexes_;
+  WordIndex words_;
   std::size_t cursors_ = 0;
   bool changed_ = false;
 };

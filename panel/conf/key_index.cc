@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <functional>
+
+#include "panel/conf/find_bytes.h"
 
 namespace panel::conf {
 
@@ -26,13 +27,6 @@ std::uint64_t Hash(std::string_view key) {
 
 std::uint64_t Slot(std::uint64_t hash, LineId line) {
   return (hash & ~kLineMask) | line.bits();
-}
-
-/// Where `bytes` stand in `text` from `begin` on; npos when they do not.
-std::size_t FindBytes(std::string_view text, std::string_view bytes, std::size_t begin) {
-  const void* found = memmem(text.data() + begin, text.size() - begin, bytes.data(), bytes.size());
-  if (found == nullptr) return std::string_view::npos;
-  return static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
 }
 
 }  // namespace

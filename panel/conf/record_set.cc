@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/fen_err.h"
+#include "panel/conf/narrowed_walk.h"
 
 namespace panel::conf {
 
@@ -38,20 +39,29 @@ bool RecordSet::IsUnwinding() const {
 }
 
 void RecordSet::First() {
-  SeekFrom(file_->text().First());
+  narrowed_.reset();
+  if (const std::string* word = NarrowedWalk::WordFor(file_->path())) {
+    const std::vector<LineId> lines = file_->LinesWith(*word);
+    narrowed_.emplace(lines.begin(), lines.end());
+    SeekFrom(NextLine(LineId()));
+  } else {
+    SeekFrom(file_->text().First());
+  }
 }
 
 void RecordSet::Next() {
   const bool placed = state_ == State::kOn || state_ == State::kDeleted;
-  SeekFrom(placed ? file_->text().Next(line_) : LineId());
+  SeekFrom(placed ? NextLine(line_) : LineId());
 }
 
 bool RecordSet::Find(const std::string& key) {
+  narrowed_.reset();
   MoveTo(file_->Find(type_, key));
   return state_ == State::kOn;
 }
 
 void RecordSet::New() {
+  narrowed_.reset();
   MoveTo(LineId());
   state_ = State::kNew;
 }
@@ -101,9 +111,19 @@ void RecordSet::MoveTo(LineId line) {
 
 /// Stands on the first record of the type in `line` or behind it.
 void RecordSet::SeekFrom(LineId line) {
-  const Text& text = file_->text();
-  while (!line.IsNone() && !reader_.Read(type_, text.Line(line))) line = text.Next(line);
+  while (!line.IsNone() && !reader_.Read(type_, file_->text().Line(line))) line = NextLine(line);
   MoveTo(line);
+}
+
+/// The line behind `line` on the walk.
+LineId RecordSet::NextLine(LineId line) {
+  if (!narrowed_) return file_->text().Next(line);
+  while (!narrowed_->empty()) {
+    const LineId next = narrowed_->front();
+    narrowed_->pop_front();
+    if (file_->text().IsIn(next)) return next;
+  }
+  return LineId();
 }
 
 void RecordSet::FailMissing() const {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,6 +59,7 @@ class RecordSet {
 
   void MoveTo(LineId line);
   void SeekFrom(LineId line);
+  LineId NextLine(LineId line);
   [[noreturn]] void FailMissing() const;
   void ReadCurrent();
 
@@ -83,6 +85,10 @@ class RecordSet {
   State state_ = State::kEnd;
   LineId line_;
   Values written_;
+
+  /// The lines that the walk begun by First() goes over, the next one first; none when it goes over
+  /// all.
+  std::optional<std::deque<LineId>> narrowed_;
 };
 
 }  // namespace panel::conf

@@ -30,6 +30,7 @@ Status Change(const Invocation& invocation, const std::string& done, const Work&
         const auto shown = show(mail);
         Confirm(invocation, NameOf(shown), done, ToJson(shown));
       });
+  for (const std::string& warning : mail.warnings()) PrintWarning(warning);
   return kDone;
 }
 

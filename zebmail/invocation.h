@@ -42,6 +42,7 @@ void AddDomain(CLI::App& app, Invocation& invocation);
 void AddMailbox(CLI::App& app, Invocation& invocation);
 void AddAliasAndForward(CLI::App& app, Invocation& invocation);
 void AddResponder(CLI::App& app, Invocation& invocation);
+void AddSenderLists(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 
 }  // namespace zebmail

@@ -100,6 +100,7 @@ Status Run(int argc, char** argv) {
   AddMailbox(app, invocation);
   AddAliasAndForward(app, invocation);
   AddResponder(app, invocation);
+  AddSenderLists(app, invocation);
   AddCheck(app, invocation);
 
   if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))

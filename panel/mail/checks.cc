@@ -15,6 +15,7 @@
 #include "host/fen_err.h"
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/binding_checks.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/module/config.h"
@@ -131,8 +132,8 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 5> kChecks = {&CheckPendingWork, &CheckTools, &CheckTableFiles,
-                                          &CheckMaps, &CheckResponders};
+constexpr std::array<Check, 6> kChecks = {&CheckPendingWork, &CheckTools,      &CheckTableFiles,
+                                          &CheckMaps,        &CheckResponders, &CheckBindings};
 
 }  // namespace
 

@@ -22,6 +22,8 @@
 ///     - deletes the row of a responder that is switched off, for with one that says "off" the
 ///       mailbox's forwards would stop, and keeps its text beside;
 ///     - changes nothing of what a suspended mailbox delivers to, which would end the suspension;
+///     - lists a domain or an address anew when its entry on a sender list had to give way to a
+///       suspension;
 ///     - gives a name in a domain to one mailbox or to one alias, and to nothing else;
 ///     - never has an alias with an empty name written out: that is how the domain's line for
 ///       unknown addresses is read back when it leads to the mailbox.
@@ -39,6 +41,7 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/command_user.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/table_keys.h"
 
@@ -51,6 +54,7 @@ struct Domain {
   std::string default_action;  ///< "error", "ignore", "redir_email" or "redir_domain"
   std::string redirect;        ///< address or domain of the two redirecting actions, else empty
   std::string ip;              ///< address from which its mail leaves, else empty
+  std::int64_t owner = 0;      ///< key of the panel's user, 0 for none
 };
 
 /// What a change says about a domain. What it leaves out stays as it is.
@@ -138,16 +142,25 @@ class MailModule {
   /// gets the new text and still answers each sender once a week.
   void SwitchResponderOn(const std::string& address, const ResponderSettings& settings);
 
+  /// Sets what a responder that is off will say.
+  void WriteResponderText(const std::string& address, const ResponderSettings& settings);
+
   /// Ends the answering; the text is kept for the next time.
   void SwitchResponderOff(const std::string& address);
 
   Responder ShowResponder(const std::string& address) const;
 
+  /// What the user should know of the changes made, beside what became of them; whole lines.
+  const std::vector<std::string>& warnings() const noexcept { return warnings_; }
+
  private:
+  void NoteForeignAddress(const DomainSettings& settings, const zeb_db::EmailDomainTable& row);
   void RequireFreeName(const std::string& what, const zeb_db::EmailDomainTable& domain,
                        const std::string& local);
   void RequireOwnDelivery(const MailboxName& mailbox);
 
+  std::vector<std::string> warnings_;
+  std::optional<CommandUser> answerer_;  ///< who runs responders, once that was asked
   TableKeys addresses_{"virtusertable", " \t\r\n#"};
   TableKeys aliases_{"aliases", ": \t\r\n#"};
 };

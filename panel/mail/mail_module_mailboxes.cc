@@ -9,6 +9,7 @@
 #include "host/fen_err.h"
 #include "host/test.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/mailbox_changes.h"
 
@@ -110,6 +111,7 @@ void MailModule::ResumeMailbox(const std::string& address) {
   row->Post();
   DropUnwritableRows(*row);
   BackEnd().ResumeEmail(row);
+  WriteVerdict(AddressOf(row));
 }
 
 void MailModule::DeleteMailbox(const std::string& address) {

@@ -12,6 +12,11 @@
 namespace panel::mail {
 namespace {
 
+void CheckSettings(const ResponderSettings& settings) {
+  if (settings.subject) CheckSubject(*settings.subject);
+  if (settings.text) CheckText(*settings.text);
+}
+
 void WriteText(const zeb_db::EmailTable& mailbox, const ResponderSettings& settings) {
   const auto row = TextOf(mailbox);
   if (settings.subject) row->subject = *settings.subject;
@@ -33,19 +38,23 @@ bool SwitchOn(zeb_db::EmailResponderTable& row, const zeb_db::EmailTable& mailbo
 
 }  // namespace
 
+void MailModule::WriteResponderText(const std::string& address, const ResponderSettings& settings) {
+  CheckSettings(settings);
+  WriteText(*FindMailbox(address), settings);
+}
+
 void MailModule::SwitchResponderOn(const std::string& address, const ResponderSettings& settings) {
-  if (settings.subject) CheckSubject(*settings.subject);
-  if (settings.text) CheckText(*settings.text);
+  CheckSettings(settings);
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
-  RequireAnswering();
+  if (!answerer_) answerer_ = RequireAnswering();
 
   WriteText(*mailbox, settings);
   auto responder = ResponderOf(*mailbox);
   const bool anew = SwitchOn(*responder, *mailbox);
   BackEnd().SetResponder(responder);
-  AfterCommit([answer = AnswerOf(mailbox), anew] {
-    WriteResponderFolder(answer.mailbox, answer.message, anew);
+  AfterCommit([answer = AnswerOf(mailbox), anew, user = *answerer_] {
+    WriteResponderFolder(answer.mailbox, answer.message, anew, user);
   });
 }
 

@@ -25,14 +25,19 @@ DomainRow FindDomain(const std::string& text) {
 
 /// One that was read from a table made by hand has its name as it stands there, so that is tried
 /// as well.
-MailboxRow FindMailbox(const std::string& text) {
+MailboxRow LookUpMailbox(const std::string& text) {
   const MailboxName name = CheckedMailbox(text);
   const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  if (!domain->name.Lookup(name.domain)) return nullptr;
   MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>();
-  const bool is_found = domain->name.Lookup(name.domain) &&
-                        (FindInDomain(*mailbox, domain->id, name.local) ||
-                         FindInDomain(*mailbox, domain->id, text.substr(0, text.rfind('@'))));
-  if (!is_found) throw fen_err::Error("missing", "mailbox", text);
+  const bool is_found = FindInDomain(*mailbox, domain->id, name.local) ||
+                        FindInDomain(*mailbox, domain->id, text.substr(0, text.rfind('@')));
+  return is_found ? mailbox : nullptr;
+}
+
+MailboxRow FindMailbox(const std::string& text) {
+  MailboxRow mailbox = LookUpMailbox(text);
+  if (!mailbox) throw fen_err::Error("missing", "mailbox", text);
   return mailbox;
 }
 

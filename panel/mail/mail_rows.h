@@ -23,6 +23,9 @@ using MailboxRow = std::shared_ptr<zeb_db::EmailTable>;
 /// The row of an existing domain.
 DomainRow FindDomain(const std::string& text);
 
+/// The row of the mailbox with this address; none when the panel does not have it.
+MailboxRow LookUpMailbox(const std::string& text);
+
 /// The row of an existing mailbox.
 MailboxRow FindMailbox(const std::string& text);
 

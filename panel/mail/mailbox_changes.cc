@@ -5,6 +5,7 @@
 
 #include "host/fen_err.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/listed_senders.h"
 #include "panel/mail/panel.h"
 #include "panel/mail/responder_folder.h"
 
@@ -31,8 +32,10 @@ void WriteDelivery(MailboxRow& mailbox, const std::list<std::string>& dropped) {
 
 void DeleteWithAll(MailboxRow& mailbox) {
   const std::int64_t key = mailbox->id;
+  const std::string address = AddressOf(mailbox);
   BackEnd().DeleteEmail(mailbox);
   mailbox->Delete();
+  WriteVerdict(address);
   AfterCommit([key] { RemoveResponderFolder(key); });
 }
 

@@ -16,27 +16,33 @@ namespace {
 
 const char* const kWhy = "nobody who writes to the mailbox gets an answer";
 
-Findings CheckAnswering() {
-  try {
-    RequireAnswering();
-  } catch (const fen_err::Error& error) {
-    return {{"responder",
-             error.object(),
-             "keeps responders from answering: " + error.value(),
-             kWhy,
-             "mend the cause named here",
-             {}}};
-  }
-  return {};
-}
-
-Findings CheckAnswer(const Answer& answer) {
-  const std::string fault = FindFaultInResponderFolder(answer.mailbox, answer.message);
+Findings CheckAnswer(const Answer& answer, const CommandUser& user) {
+  const std::string fault = FindFaultInResponderFolder(answer.mailbox, answer.message, user);
   if (fault.empty()) return {};
   return {{"responder", ResponderFolder(answer.mailbox).string(),
            "does not serve the responder of " + InUnicode(answer.address) + ": " + fault, kWhy,
            FixCommand(),
-           [answer] { WriteResponderFolder(answer.mailbox, answer.message, false); }}};
+           [answer, user] { WriteResponderFolder(answer.mailbox, answer.message, false, user); }}};
+}
+
+Findings CheckAnswers(const std::vector<Answer>& answers) {
+  if (answers.empty()) return {};
+  Findings findings;
+  try {
+    const CommandUser user = RequireAnswering();
+    for (const Answer& answer : answers) {
+      const Findings found = CheckAnswer(answer, user);
+      findings.insert(findings.end(), found.begin(), found.end());
+    }
+  } catch (const fen_err::Error& error) {
+    findings.push_back({"responder",
+                        error.object(),
+                        "keeps responders from answering: " + error.value(),
+                        kWhy,
+                        "mend the cause named here",
+                        {}});
+  }
+  return findings;
 }
 
 Finding Leftover(std::int64_t mailbox) {
@@ -52,14 +58,9 @@ Finding Leftover(std::int64_t mailbox) {
 
 Findings CheckResponders() {
   const std::vector<Answer> answers = ListAnswers();
-  Findings findings;
-  if (!answers.empty()) findings = CheckAnswering();
+  Findings findings = CheckAnswers(answers);
   std::set<std::int64_t> used;
-  for (const Answer& answer : answers) {
-    used.insert(answer.mailbox);
-    const Findings found = CheckAnswer(answer);
-    findings.insert(findings.end(), found.begin(), found.end());
-  }
+  for (const Answer& answer : answers) used.insert(answer.mailbox);
   for (const std::int64_t mailbox : ListResponderFolders()) {
     if (!used.contains(mailbox)) findings.push_back(Leftover(mailbox));
   }

@@ -14,7 +14,6 @@
 
 #include "host/fen_err.h"
 #include "panel/conf/disk_file.h"
-#include "panel/mail/command_user.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
 
@@ -99,24 +98,29 @@ fs::path ResponderFolder(std::int64_t mailbox) {
   return FolderOfAll() / std::to_string(mailbox);
 }
 
-std::string ResponderTarget(std::int64_t mailbox) {
+std::string ResponderTargetBegin() {
   const fs::path program = AnsweringProgram();
-  const fs::path folder = ResponderFolder(mailbox);
+  const fs::path folder = FolderOfAll();
   RequirePlain(program);
   RequirePlain(folder);
-  return "\"|" + program.string() + " " + folder.string() + "\"";
+  return "\"|" + program.string() + " " + folder.string() + "/";
 }
 
-void RequireAnswering() {
+std::string ResponderTarget(std::int64_t mailbox) {
+  return ResponderTargetBegin() + std::to_string(mailbox) + "\"";
+}
+
+CommandUser RequireAnswering() {
   RequireProgram(kVacation, "install the package vacation");
   RequireProgram(AnsweringProgram(), "install zebmail as a whole");
   const CommandUser user = FindCommandUser();
   RequireWithinReach(AnsweringProgram(), user);
   RequireWithinReach(CurrentConfig().state_dir, user);
+  return user;
 }
 
-void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew) {
-  const CommandUser user = FindCommandUser();
+void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew,
+                          const CommandUser& user) {
   const fs::path folder = ResponderFolder(mailbox);
   MakeFolder(FolderOfAll());
   Own(FolderOfAll(), geteuid(), getegid(), kPassable);
@@ -148,14 +152,14 @@ std::vector<std::int64_t> ListResponderFolders() {
   return mailboxes;
 }
 
-std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message) {
+std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message,
+                                       const CommandUser& user) {
   const fs::path folder = ResponderFolder(mailbox);
   struct stat status {};
   try {
     if (conf::ReadWholeFile(MessageIn(folder).string()).bytes != message) {
       return "does not hold the message of the panel";
     }
-    const CommandUser user = FindCommandUser();
     RequireWithinReach(folder, user);
     if (stat(RecordIn(folder).c_str(), &status) != 0) Fail(RecordIn(folder));
     if (status.st_uid != user.user) return "holds a record that is not of the user " + user.name;

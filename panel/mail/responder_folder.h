@@ -23,18 +23,25 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/command_user.h"
+
 namespace panel::mail {
 
 /// The command that answers for the mailbox with this key, as a value of aliases(5). Not affected
 /// by whether the folder is there.
 std::string ResponderTarget(std::int64_t mailbox);
 
-/// Throws unless what answering takes is installed and within reach of who runs it.
-void RequireAnswering();
+/// What the commands of all mailboxes begin with.
+std::string ResponderTargetBegin();
 
-/// Puts the message in place. `anew` begins a new record of who was answered; there is one
-/// afterwards in any case.
-void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew);
+/// Throws unless what answering takes is installed and within reach of who runs it, and returns who
+/// that is.
+CommandUser RequireAnswering();
+
+/// Puts the message in place for `user`. `anew` begins a new record of who was answered; there is
+/// one afterwards in any case.
+void WriteResponderFolder(std::int64_t mailbox, const std::string& message, bool anew,
+                          const CommandUser& user);
 
 /// Removes the folder, if it is there.
 void RemoveResponderFolder(std::int64_t mailbox);
@@ -45,7 +52,8 @@ std::vector<std::int64_t> ListResponderFolders();
 /// The folder of the mailbox, whether it is there or not.
 std::filesystem::path ResponderFolder(std::int64_t mailbox);
 
-/// Why the folder does not serve to answer with this message; empty when it does.
-std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message);
+/// Why the folder does not serve `user` to answer with this message; empty when it does.
+std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message,
+                                       const CommandUser& user);
 
 }  // namespace panel::mail

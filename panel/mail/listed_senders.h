@@ -1,0 +1,34 @@
+/// NAME
+///   listed_senders - the white and the black list of senders
+///
+/// PURPOSE
+///   A value on a list is a mail address, a domain or an IP address, of a sender or a client. The
+///   back-end keeps one verdict for each, in the same place as the suspensions of domains and
+///   mailboxes, which therefore may be lost: what the panel's own rows list is listed anew then.
+///
+/// HOW IT FAILS
+///   With fen_err::Error: "value" (list, what is wrong), "exists" or "missing" (list, value), and
+///   "suspended" ("domain" or "mailbox", name) for a value whose verdict is a suspension now.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace panel::mail {
+
+enum class SenderList { kWhite, kBlack };
+
+/// Puts the values on the list; one of the other list moves over.
+void AddToList(SenderList list, const std::vector<std::string>& values);
+
+void RemoveFromList(SenderList list, const std::vector<std::string>& values);
+
+/// The values of the list, in the order of their texts.
+std::vector<std::string> ListSenders(SenderList list);
+
+/// Has the back-end write the verdict of `name`, a domain or an address, if a list has it. Comes
+/// after operations that remove whatever verdict there is.
+void WriteVerdict(const std::string& name);
+
+}  // namespace panel::mail

@@ -1,0 +1,15 @@
+/// NAME
+///   own_addresses - the network addresses of this machine
+
+#pragma once
+
+#include <string>
+
+namespace panel {
+
+/// Whether a program of this machine can use `address`, an IPv4 or IPv6 address in its normal form,
+/// as its own: one of an interface, or any of the loopback network. Throws
+/// fen_err::Error("failure", ...) when the system does not tell.
+bool IsOwnAddress(const std::string& address);
+
+}  // namespace panel

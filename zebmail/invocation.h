@@ -43,6 +43,7 @@ void AddMailbox(CLI::App& app, Invocation& invocation);
 void AddAliasAndForward(CLI::App& app, Invocation& invocation);
 void AddResponder(CLI::App& app, Invocation& invocation);
 void AddSenderLists(CLI::App& app, Invocation& invocation);
+void AddSync(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 
 }  // namespace zebmail

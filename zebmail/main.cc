@@ -101,6 +101,7 @@ Status Run(int argc, char** argv) {
   AddAliasAndForward(app, invocation);
   AddResponder(app, invocation);
   AddSenderLists(app, invocation);
+  AddSync(app, invocation);
   AddCheck(app, invocation);
 
   if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))

@@ -4,27 +4,25 @@
 #include <string>
 
 #include "host/email.h"
+#include "panel/db/database.h"
+#include "panel/mail/sync_progress.h"
 
-namespace {
-
-/// No row has the key 0, so looking for it stands a table at its end.
-void StandAtEnd(fen_db::CustomTable& table) {
-  table.DbFind("id = 0");
-}
-
-}  // namespace
-
+/// Both look-ups are answered by prepared statements, and that of the domain from memory as long as
+/// the addresses are of one: a pass over a table asks for each of its lines.
 bool email::FindByEmailName(const std::string& address, std::shared_ptr<zeb_db::EmailTable>& email,
                             std::shared_ptr<zeb_db::EmailDomainTable>& domain) {
   if (!email) email = zeb_db::GetCache().Get<zeb_db::EmailTable>();
   if (!domain) domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
-  StandAtEnd(*email);
-  StandAtEnd(*domain);
+  panel::mail::SyncProgress::Tick();
 
   const std::size_t at = address.rfind('@');
-  if (at == std::string::npos || !domain->name.Lookup(address.substr(at + 1))) return false;
-  return email->DbFind("domain = " + domain->id.AsString() +
-                       " AND name = " + fen_db::Cache::EscapeValue(address.substr(0, at)));
+  if (at == std::string::npos) domain->ClearCache(false);
+  if (at == std::string::npos || !domain->name.Lookup(address.substr(at + 1))) {
+    email->ClearCache(false);
+    return false;
+  }
+  return panel::db::FindRow(
+      *email, {{"domain", std::int64_t{domain->id}}, {"name", address.substr(0, at)}});
 }
 
 std::string email::GetEmailName(std::shared_ptr<zeb_db::EmailTable>& email) {

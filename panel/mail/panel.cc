@@ -144,8 +144,9 @@ void Panel::Change(const std::function<void()>& work) {
   Save(operation, transaction, collected.steps());
 }
 
-Rehearsal Panel::Rehearse(const std::function<void()>& work) {
-  const db::Transaction transaction(*database_);
+Rehearsal Panel::Rehearse(const std::function<void()>& work, bool list_rows) {
+  using Changes = db::Transaction::Changes;
+  const db::Transaction transaction(*database_, list_rows ? Changes::kListed : Changes::kUnlisted);
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
   RehearseModules(rehearsal);
   const CollectedSteps forgotten;

@@ -82,8 +82,9 @@ class Panel {
   /// Runs `work` as one change.
   void Change(const std::function<void()>& work);
 
-  /// Runs `work` and keeps nothing of it, neither in the files nor in the database.
-  Rehearsal Rehearse(const std::function<void()>& work);
+  /// Runs `work` and keeps nothing of it, neither in the files nor in the database. Without
+  /// `list_rows` the rows that would change are not gathered.
+  Rehearsal Rehearse(const std::function<void()>& work, bool list_rows = true);
 
  private:
   void SetUpModules();

@@ -1,0 +1,100 @@
+/// NAME
+///   sync_differences - what a synchronisation has changed
+
+#include "panel/mail/sync_differences.h"
+
+#include <array>
+#include <string>
+
+#include "host/zeb_db.h"
+#include "panel/mail/mail_rows.h"
+
+namespace panel::mail {
+namespace {
+
+/// A kind of thing, and a query for the name of each and for what else is said of it.
+struct Kind {
+  const char* name;
+  std::string query;
+};
+
+const std::array<Kind, 6>& Kinds() {
+  static const std::string address = "email.name || '@' || email_domain.name";
+  static const std::string of_mailbox = " || ' of ' || " + address + " AS name, '' AS state";
+  static const std::string domains = " JOIN email_domain ON email_domain.id = email.domain";
+  static const std::array<Kind, 6> kinds = {{
+      {"domains",
+       "SELECT name, '' || active || ' ' || defaction || ' ' || redirect || ' ' || ip AS state"
+       " FROM email_domain"},
+      {"mailboxes",
+       "SELECT " + address +
+           " AS name, '' || email.active || ' ' || email.dropmail AS state FROM email" + domains},
+      {"aliases", "SELECT email_alias.name || '@' || email_domain.name" + of_mailbox +
+                      " FROM email_alias JOIN email ON email.id = email_alias.email" + domains},
+      {"forwards", "SELECT email_forward.name" + of_mailbox +
+                       " FROM email_forward JOIN email ON email.id = email_forward.email" +
+                       domains},
+      {"whitelist", "SELECT name, '' AS state FROM email_whitelist"},
+      {"blacklist", "SELECT name, '' AS state FROM email_blacklist"},
+  }};
+  return kinds;
+}
+
+std::string Before(const std::string& kind) {
+  return "before_" + kind;
+}
+
+std::size_t Count(const std::string& source) {
+  return static_cast<std::size_t>(zeb_db::GetCache().Query("SELECT count(*) FROM " + source).Int());
+}
+
+/// Counts the names that `query` gives, and puts the first of them into the result.
+std::size_t Gather(const std::string& query, const std::string& what, SyncResult& result) {
+  const std::size_t count = Count("(" + query + ") AS names");
+  if (count == 0) return 0;
+  for (const std::string& name : Column(query + " ORDER BY 1 LIMIT 10")) {
+    result.first.push_back(what + " " + name);
+  }
+  return count;
+}
+
+SyncResult CompareKind(const Kind& kind) {
+  SyncResult result;
+  result.kind = kind.name;
+  const std::string now = "(" + kind.query + ") AS now";
+  const std::string before = Before(kind.name) + " AS old";
+  result.added = Gather("SELECT now.name FROM " + now + " LEFT JOIN " + before +
+                            " ON old.name = now.name WHERE old.name IS NULL",
+                        "added", result);
+  if (Count(before) == 0) return result;
+  result.changed = Gather("SELECT now.name FROM " + now + " JOIN " + before +
+                              " ON old.name = now.name WHERE old.state <> now.state",
+                          "changed", result);
+  result.removed = Gather("SELECT old.name FROM " + before + " LEFT JOIN " + now +
+                              " ON now.name = old.name WHERE now.name IS NULL",
+                          "removed", result);
+  return result;
+}
+
+}  // namespace
+
+SyncDifferences::SyncDifferences() {
+  for (const Kind& kind : Kinds()) {
+    const std::string table = Before(kind.name);
+    zeb_db::GetCache().Query("DROP TABLE IF EXISTS " + table);
+    zeb_db::GetCache().Query("CREATE TEMPORARY TABLE " + table + " AS " + kind.query);
+    zeb_db::GetCache().Query("CREATE INDEX " + table + "_by_name ON " + table + " (name)");
+  }
+}
+
+std::vector<SyncResult> SyncDifferences::Compare() const {
+  std::vector<SyncResult> results;
+  for (const Kind& kind : Kinds()) results.push_back(CompareKind(kind));
+  return results;
+}
+
+std::size_t SyncDifferences::CountBefore(const std::string& kind) {
+  return Count(Before(kind));
+}
+
+}  // namespace panel::mail

@@ -1,0 +1,29 @@
+/// NAME
+///   sync_differences - what a synchronisation has changed
+///
+/// PURPOSE
+///   Keeps what the database said before and compares it with what it says after. Rows may have
+///   been deleted and added again meanwhile, so things are compared by their names and not by their
+///   keys.
+
+#pragma once
+
+#include <vector>
+
+#include "panel/mail/sync.h"
+
+namespace panel::mail {
+
+class SyncDifferences {
+ public:
+  /// Notes what the database says now. Lives within one transaction.
+  SyncDifferences();
+
+  /// What is different now.
+  std::vector<SyncResult> Compare() const;
+
+  /// How many things of the kind there were before.
+  static std::size_t CountBefore(const std::string& kind);
+};
+
+}  // namespace panel::mail

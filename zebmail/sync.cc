@@ -1,0 +1,88 @@
+/// NAME
+///   sync - reading the mail server's tables into the database
+///
+/// WHAT IT PRINTS
+///   A line for each kind of thing: how many were added, changed and removed; in a dry run the
+///   first of them as well, and the changes of the tables. With --json an object for each kind. On
+///   a terminal it shows how far it is.
+
+#include "panel/mail/sync.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "zebmail/invocation.h"
+#include "zebmail/output.h"
+#include "zebmail/session.h"
+
+namespace zebmail {
+namespace {
+
+using Results = std::vector<panel::mail::SyncResult>;
+
+Json AsJson(const Results& results) {
+  Json document = Json::object();
+  for (const auto& result : results) {
+    document[result.kind] = {
+        {"added", result.added}, {"changed", result.changed}, {"removed", result.removed}};
+  }
+  return document;
+}
+
+std::string AsText(const Results& results, bool with_first) {
+  std::string text;
+  for (const auto& result : results) {
+    text += result.kind + ": " + std::to_string(result.added) + " added, " +
+            std::to_string(result.changed) + " changed, " + std::to_string(result.removed) +
+            " removed\n";
+    if (!with_first) continue;
+    for (const std::string& name : result.first) text += "  " + OneLine(name) + "\n";
+    if (result.added + result.changed + result.removed > result.first.size()) text += "  ...\n";
+  }
+  return text;
+}
+
+/// Draws a bar on standard error, when that is a terminal.
+panel::mail::SyncProgress::Show ProgressBar(const Invocation& invocation) {
+  if (invocation.quiet || isatty(STDERR_FILENO) == 0) return {};
+  return [](std::size_t done, std::size_t all) {
+    constexpr std::size_t kWidth = 40;
+    const std::size_t filled = all == 0 ? kWidth : done * kWidth / all;
+    std::cerr << "\r[" << std::string(filled, '#') << std::string(kWidth - filled, ' ') << "] "
+              << done << " of " << all << (filled == kWidth ? "\r\033[K" : "") << std::flush;
+  };
+}
+
+Status Sync(const Invocation& invocation, bool allow_mass_delete) {
+  panel::mail::Panel panel = OpenPanel(invocation);
+  Results results;
+  const auto work = [&] {
+    results = panel::mail::Synchronise({allow_mass_delete, ProgressBar(invocation)});
+  };
+  if (invocation.dry_run) {
+    const panel::mail::Rehearsal rehearsal = panel.Rehearse(work, false);
+    if (!invocation.json) std::cout << AsText(results, true);
+    PrintRehearsal(invocation, rehearsal);
+    return kDone;
+  }
+  panel.Change(work);
+  if (!invocation.quiet) Print(invocation, AsJson(results), AsText(results, false));
+  return kDone;
+}
+
+}  // namespace
+
+void AddSync(CLI::App& app, Invocation& invocation) {
+  const auto allow = std::make_shared<bool>(false);
+  CLI::App& command =
+      AddCommand(app, invocation, "sync", "read all tables of the mail server into the database",
+                 [&invocation, allow] { return Sync(invocation, *allow); });
+  command.add_flag("--allow-mass-delete", *allow,
+                   "also when more than half of the domains or mailboxes go by that");
+}
+
+}  // namespace zebmail

@@ -13,7 +13,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -52,14 +51,6 @@ int ChoosePort() {
   }
 }
 
-/// The text with every `mark` in it replaced.
-std::string FillIn(std::string text, const std::string& mark, const std::string& value) {
-  for (std::size_t place = 0; (place = text.find(mark, place)) != std::string::npos;
-       place += value.size())
-    text.replace(place, mark.size(), value);
-  return text;
-}
-
 /// Whether the process is of the group and not just waiting to be reaped; `stat` is its file of
 /// that name in /proc.
 bool IsOfGroup(const std::filesystem::path& stat, pid_t group) {
@@ -96,7 +87,7 @@ bool PollUntil(const std::function<bool()>& holds) {
 
 PrivatePostfix::PrivatePostfix(const std::filesystem::path& folder, const std::string& map_type)
     : folder_(folder), map_type_(map_type), port_(ChoosePort()) {
-  WriteConfiguration();
+  SetUp();
 }
 
 PrivatePostfix::~PrivatePostfix() {
@@ -157,21 +148,10 @@ void PrivatePostfix::LeaveThisSecond() const {
   WaitUntil("the next second", [now] { return std::time(nullptr) > now; });
 }
 
-void PrivatePostfix::WriteConfiguration() const {
-  for (const char* const name : {"main.cf", "master.cf", "client-address.regexp"}) {
-    std::string text = ReadText(std::filesystem::path(ZEBMAIL_PRIVATE_POSTFIX) / name);
-    text = FillIn(text, "@folder@", folder_);
-    text = FillIn(text, "@map_type@", map_type_);
-    text = FillIn(text, "@port@", std::to_string(port_));
-    WriteText(config_dir() / name, text);
-  }
-  MakeOld(config_dir() / "main.cf");
-  for (const char* const name : {"queue", "data", "spool"})
-    std::filesystem::create_directory(folder_ / name);
-  const passwd* const user = getpwnam("postfix");
-  if (user == nullptr) throw std::runtime_error("there is no user postfix: install Postfix");
-  SetOwner(folder_ / "data", {user->pw_uid, user->pw_gid});
-  SetMode(folder_ / "spool", 01777);
+void PrivatePostfix::SetUp() const {
+  const CommandRun run =
+      RunCommand({ZEBMAIL_PRIVATE_POSTFIX "/set-up", folder_, map_type_, std::to_string(port_)});
+  if (run.status != 0) throw std::runtime_error("the private Postfix: " + run.errors);
 }
 
 void PrivatePostfix::StartGuard() {

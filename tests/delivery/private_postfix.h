@@ -10,7 +10,8 @@
 /// HOW IT IS WIRED
 ///   By scripts/private-postfix, which the quickstart uses as well: the local host names file,
 ///   $myhostname and localhost are local; virtual users and aliases are looked up in their tables;
-///   the access table is asked for recipients, senders and, by its "connect:" keys, clients.
+///   the access table is asked for recipients, senders and, by its "connect:" keys, clients. The
+///   commands that it runs can send mail into it by sendmail(1).
 ///
 /// HOW IT ENDS
 ///   A guard process of its own stops it when the object goes away and also when the test program
@@ -70,7 +71,7 @@ class PrivatePostfix {
   void LeaveThisSecond() const;
 
  private:
-  void WriteConfiguration() const;
+  void SetUp() const;
   void StartGuard();
 
   std::filesystem::path folder_;

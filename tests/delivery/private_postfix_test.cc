@@ -68,6 +68,34 @@ TEST(PrivatePostfix, SendsNothingOut) {
   EXPECT_THAT(postfix.Log(), HasSubstr("status=sent (not local)"));
 }
 
+TEST(PrivatePostfix, TakesMailFromTheCommandsThatItRuns) {
+  const TempFolder folder;
+  PrivatePostfix postfix(folder.path(), "hash");
+  WriteTables(folder.path());
+  folder.WriteText("mail/aliases", "command: \"|/usr/sbin/sendmail daemon@mail.test\"\n");
+  RunCommand({"/usr/sbin/postalias", "-c", postfix.config_dir(), folder.Path("mail/aliases")});
+  postfix.Start();
+
+  SendMessage(postfix.port(), "a@sender.test", "command@mail.test");
+  postfix.WaitUntil("mail from the command", [&] { return !postfix.Mailbox("daemon").empty(); });
+
+  EXPECT_THAT(postfix.Mailbox("daemon"), HasSubstr("(Postfix, from userid "));
+  EXPECT_THAT(postfix.Mailbox("daemon"), HasSubstr("X-Original-To: daemon@mail.test\n"));
+}
+
+TEST(PrivatePostfix, LeavesTheMachinesOwnPostdropAlone) {
+  const TempFolder folder;
+  const std::string before = ReadText("/usr/sbin/postdrop");
+  const mode_t mode = ModeOf("/usr/sbin/postdrop");
+
+  const PrivatePostfix postfix(folder.path(), "hash");
+
+  EXPECT_FALSE(std::filesystem::is_symlink(folder.Path("sbin/postdrop")));
+  EXPECT_EQ(ModeOf(folder.Path("sbin/postdrop")), 0755);
+  EXPECT_EQ(ModeOf("/usr/sbin/postdrop"), mode);
+  EXPECT_EQ(ReadText("/usr/sbin/postdrop"), before);
+}
+
 TEST(PrivatePostfix, LeavesNoProcess) {
   const TempFolder folder;
   PrivatePostfix postfix(folder.path(), "hash");

@@ -13,8 +13,12 @@ const char* const kStranger = "stranger@sender.test";
 }  // namespace
 
 MailHost::MailHost() : postfix_(folder_.path(), GetParam()) {
-  const CommandRun init = RunCommand({ZEBMAIL_BINARY, "init", "--root", folder_.path(),
-                                      "--postfix-config", postfix_.config_dir()});
+  const std::filesystem::path answer = folder_.Path("zebmail-answer");
+  std::filesystem::copy_file(ZEBMAIL_ANSWER_BINARY, answer);
+  SetMode(answer, 0755);  // others may not be able to enter the build's folder
+  const CommandRun init =
+      RunCommand({ZEBMAIL_BINARY, "init", "--root", folder_.path(), "--postfix-config",
+                  postfix_.config_dir(), "--path", "zebmail-answer=" + answer.string()});
   EXPECT_EQ(init.status, 0) << init.errors;
   postfix_.Start();
 }

@@ -48,6 +48,12 @@ void Expect(const SmtpReply& reply, int code) {
     throw std::runtime_error("SMTP: " + std::to_string(code) + " expected, got: " + reply.text);
 }
 
+std::string WithSmtpLineEnds(const std::string& text) {
+  std::string lines;
+  for (const char byte : text) lines += byte == '\n' ? "\r\n" : std::string(1, byte);
+  return lines;
+}
+
 }  // namespace
 
 SmtpSession::SmtpSession(int port) : socket_(Connect(port)) {
@@ -118,12 +124,19 @@ SmtpReply AskForRecipient(int port, const std::string& sender, const std::string
   return to_sender.code == 250 ? session.RcptTo(recipient) : to_sender;
 }
 
-std::string SendMessage(int port, const std::string& sender, const std::string& recipient) {
+std::string SendMessage(int port, const std::string& sender, const std::string& recipient,
+                        const std::string& fields) {
+  return SendText(
+      port, sender, recipient,
+      fields + "From: <" + sender + ">\nTo: <" + recipient + ">\nSubject: test\n\nHello\n");
+}
+
+std::string SendText(int port, const std::string& sender, const std::string& recipient,
+                     const std::string& text) {
   SmtpSession session(port);
   Expect(session.MailFrom(sender), 250);
   Expect(session.RcptTo(recipient), 250);
-  const SmtpReply reply = session.Data("From: <" + sender + ">\r\nTo: <" + recipient +
-                                       ">\r\nSubject: test\r\n\r\nHello\r\n");
+  const SmtpReply reply = session.Data(WithSmtpLineEnds(text));
   Expect(reply, 250);
   const std::string mark = "queued as ";
   const std::size_t place = reply.text.find(mark);

@@ -49,8 +49,14 @@ class SmtpSession {
 /// What the server at `port` says to a recipient, in a talk of its own.
 SmtpReply AskForRecipient(int port, const std::string& sender, const std::string& recipient);
 
-/// Sends a message to one recipient and returns its queue id.
-std::string SendMessage(int port, const std::string& sender, const std::string& recipient);
+/// Sends a short message to one recipient and returns its queue id. Its From and To are those of
+/// the envelope; `fields` are lines that are put above them.
+std::string SendMessage(int port, const std::string& sender, const std::string& recipient,
+                        const std::string& fields = "");
+
+/// Sends this message, header and text, to one recipient and returns its queue id.
+std::string SendText(int port, const std::string& sender, const std::string& recipient,
+                     const std::string& text);
 
 /// Whether nobody listens on the port.
 bool IsPortFree(int port);

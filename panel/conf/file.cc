@@ -115,6 +115,7 @@ void File::Write() {
     throw;
   }
   changed_ = false;
+  written_ = true;
   if (Operation* operation = Operation::Current()) operation->CountSaved();
   SyncFolderOf(path_);
 }

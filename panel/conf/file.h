@@ -54,6 +54,9 @@ class File : public std::enable_shared_from_this<File> {
 
   bool changed() const { return changed_; }
 
+  /// Whether saving the file would change it.
+  bool Differs() const { return written_ || !text_.IsWholeAsRead(); }
+
   /// Whether the file may be read anew: nobody works on it, and it has nothing to save.
   bool IsIdle() const { return cursors_ == 0 && !changed_; }
 
@@ -83,6 +86,7 @@ class File : public std::enable_shared_from_this<File> {
   WordIndex words_;
   std::size_t cursors_ = 0;
   bool changed_ = false;
+  bool written_ = false;  ///< since it was read
 };
 
 }  // namespace panel::conf

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <iterator>
 
 #include "host/fen_err.h"
 #include "panel/conf/cache.h"
@@ -55,7 +56,7 @@ void Operation::RunActions() {
 
 std::vector<Operation::Change> Operation::changes() const {
   std::vector<Change> changes;
-  for (const std::shared_ptr<File>& file : changed_) {
+  for (const std::shared_ptr<File>& file : Differing()) {
     changes.push_back({file->path(), ReadWholeFile(file->path()).bytes, file->Whole()});
   }
   return changes;
@@ -75,10 +76,17 @@ bool Operation::Take(const std::shared_ptr<File>& file) {
   return true;
 }
 
+std::vector<std::shared_ptr<File>> Operation::Differing() const {
+  std::vector<std::shared_ptr<File>> files;
+  std::copy_if(changed_.begin(), changed_.end(), std::back_inserter(files),
+               [](const std::shared_ptr<File>& file) { return file->Differs(); });
+  return files;
+}
+
 void Operation::ForEach(const std::function<void(File&)>& step,
                         const std::function<bool()>& goes_on) {
   std::exception_ptr first;
-  for (const std::shared_ptr<File>& file : changed_) {
+  for (const std::shared_ptr<File>& file : Differing()) {
     try {
       step(*file);
     } catch (const std::exception& error) {

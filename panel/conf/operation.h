@@ -76,7 +76,11 @@ class Operation {
   bool Take(const std::shared_ptr<File>& file);
   void CountSaved() noexcept { ++saved_; }
 
-  /// Does `step` to each changed file as long as `goes_on` holds after a failure.
+  /// The changed files, without those whose text has come back to what it was: saving them would
+  /// run their tools for nothing.
+  std::vector<std::shared_ptr<File>> Differing() const;
+
+  /// Does `step` to each of these files as long as `goes_on` holds after a failure.
   void ForEach(const std::function<void(File&)>& step, const std::function<bool()>& goes_on);
 
   Mode mode_;

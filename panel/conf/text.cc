@@ -142,6 +142,19 @@ void Text::VisitEdited(const std::function<void(LineId)>& visit) const {
   }
 }
 
+bool Text::IsWholeAsRead() const {
+  const std::string_view read = read_;
+  std::size_t place = 0;
+  bool is_same = true;
+  Write([&](std::string_view piece) {
+    const bool is_piece_of_read = piece.data() == read.data() + place;
+    is_same = is_same && place <= read.size() &&
+              (is_piece_of_read || read.substr(place, piece.size()) == piece);
+    place += piece.size();
+  });
+  return is_same && place == read.size();
+}
+
 void Text::Write(const std::function<void(std::string_view)>& write) const {
   std::vector<std::size_t> offsets;
   offsets.reserve(edits_.size());

@@ -93,6 +93,9 @@ class Text {
   void VisitEdited(const std::function<void(LineId)>& visit) const;
   std::size_t edited() const { return edits_.size() + added_.size(); }
 
+  /// Whether the whole text is what was read: lines that were changed may have been changed back.
+  bool IsWholeAsRead() const;
+
   /// Calls `write` with the pieces of the whole text, one after the other.
   void Write(const std::function<void(std::string_view)>& write) const;
 

@@ -52,7 +52,7 @@ void AddNameGroup(CLI::App& app, Invocation& invocation, const Kind& kind) {
               invocation, done + " " + Joined(given->names),
               [&](MailModule& mail) { (mail.*operation)(given->mailbox, given->names); }, show);
         });
-    About(command, *given).add_option(kind.option, given->names, kind.meaning)->required();
+    AddWords(About(command, *given), invocation, kind.option, kind.meaning, given->names);
   };
 
   add_change("add", kind.many + " added:", kind.add);

@@ -3,6 +3,7 @@
 
 #include "zebmail/invocation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace zebmail {
@@ -18,6 +19,17 @@ CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string&
   CLI::App& command = *group.add_subcommand(name, help);
   command.callback([&invocation, run = std::move(run)] { invocation.action = run; });
   return command;
+}
+
+/// The parser takes a word in brackets for a list of words and hands on its parts.
+void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
+              const std::string& help, std::vector<std::string>& words) {
+  const auto require_whole = [&invocation](const std::string& word) -> std::string {
+    const auto& given = invocation.words;
+    const bool is_whole = std::find(given.begin(), given.end(), word) != given.end();
+    return is_whole ? "" : "\"" + word + "\" was given as a part of a word in brackets";
+  };
+  command.add_option(name, words, help)->required()->check(require_whole);
 }
 
 }  // namespace zebmail

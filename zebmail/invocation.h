@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -20,7 +21,8 @@ namespace zebmail {
 enum Status : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 struct Invocation {
-  std::string config;  ///< the configuration file, as given by option or environment
+  std::vector<std::string> words;  ///< of the command line, as they were given
+  std::string config;              ///< the configuration file, as given by option or environment
   bool json = false;
   bool dry_run = false;
   bool quiet = false;
@@ -34,6 +36,10 @@ CLI::App& AddGroup(CLI::App& app, const std::string& name, const std::string& he
 /// Adds a command to `group` that does `run` when it is chosen, and returns it, for its arguments.
 CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string& name,
                      const std::string& help, std::function<Status()> run);
+
+/// Adds the argument `name` of `command`, one or more words.
+void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
+              const std::string& help, std::vector<std::string>& words);
 
 /// Each adds its group of commands to `app`. Their actions refer to `invocation`, which must
 /// outlive them.

@@ -91,6 +91,7 @@ Status Printed(Status status) {
 
 Status Run(int argc, char** argv) {
   Invocation invocation;
+  invocation.words.assign(argv, argv + argc);
   CLI::App app("Runs the mail of a Postfix server.", "zebmail");
   app.require_subcommand(0, 1);
   app.fallthrough();

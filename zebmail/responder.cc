@@ -33,6 +33,7 @@ constexpr std::size_t kMostBytes = 1 << 20;
 
 /// The text of the file, or of standard input for "-".
 std::string ReadTextFile(const std::string& name) {
+  if (name.empty()) throw fen_err::Error("file", "--text-file", "names no file");
   std::ifstream file;
   if (name != "-") file.open(name, std::ios::binary);
   std::istream& stream = name == "-" ? std::cin : file;

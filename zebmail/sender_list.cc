@@ -26,19 +26,19 @@ void AddListGroup(CLI::App& app, Invocation& invocation, SenderList list, const 
   const auto given = std::make_shared<Values>();  // of the one command that is chosen
   const auto add_change = [&](const std::string& command, const std::string& done,
                               void (*change)(SenderList list, const Values& values)) {
-    AddCommand(group, invocation, command, command + " values",
-               [&invocation, list, name, given, done, change] {
-                 panel::mail::Panel panel = OpenPanel(invocation);
-                 MakeChange(
-                     invocation, panel, [&] { change(list, *given); },
-                     [&] {
-                       Confirm(invocation, name, done + " " + Joined(*given),
-                               Json(panel::mail::ListSenders(list)));
-                     });
-                 return kDone;
-               })
-        .add_option("VALUE", *given, "a mail address, a domain, or the IP address of a client")
-        ->required();
+    CLI::App& added = AddCommand(group, invocation, command, command + " values",
+                                 [&invocation, list, name, given, done, change] {
+                                   panel::mail::Panel panel = OpenPanel(invocation);
+                                   MakeChange(
+                                       invocation, panel, [&] { change(list, *given); },
+                                       [&] {
+                                         Confirm(invocation, name, done + " " + Joined(*given),
+                                                 Json(panel::mail::ListSenders(list)));
+                                       });
+                                   return kDone;
+                                 });
+    AddWords(added, invocation, "VALUE", "a mail address, a domain, or the IP address of a client",
+             *given);
   };
 
   add_change("add", "added", &panel::mail::AddToList);

@@ -52,8 +52,10 @@ std::string CheckedForward(const std::string& text) {
 
 /// A message to an address that the mailbox both has and forwards to would come back for ever.
 void RefuseForwardedAlias(const zeb_db::EmailTable& mailbox, const std::string& alias) {
-  const auto forward = zeb_db::GetCache().Get<zeb_db::EmailForwardTable>();
-  if (Has(*forward, mailbox, alias)) Refuse("alias", alias, "is a forward of the mailbox");
+  for (const std::string& forward :
+       Column("SELECT name FROM email_forward WHERE email = " + mailbox.id.AsString())) {
+    if (LowerCase(forward) == alias) Refuse("alias", alias, "is a forward of the mailbox");
+  }
 }
 
 void RefuseOwnAddress(MailboxRow& mailbox, const std::string& forward) {

@@ -142,15 +142,20 @@ void MailModule::RequireFreeName(const std::string& what, const zeb_db::EmailDom
 }
 
 /// The domains of the panel are local to Postfix. Its local(8) looks a local part up in the
-/// aliases, whatever the domain, before it delivers to a mailbox.
+/// aliases, whatever the domain, before it delivers to a mailbox: first as it stands, then, if "+"
+/// is the recipient_delimiter, without what follows that.
 void MailModule::RequireOwnDelivery(const MailboxName& mailbox) {
   if (const auto owner = OwnerOfEntry(mailbox.local)) {
     Refuse("mailbox", mailbox.Address(),
            "cannot have the name under which the aliases hold the forwards of " + *owner);
   }
-  if (const auto line = aliases_.Find(mailbox.local)) {
-    Refuse("mailbox", mailbox.Address(),
-           "would get no mail: Postfix gives it to the entry of that name in " + *line);
+  const std::string base = mailbox.local.substr(0, mailbox.local.find('+'));
+  for (const std::string& name :
+       {mailbox.local, base, '"' + mailbox.local + '"', '"' + base + '"'}) {
+    if (const auto line = aliases_.Find(name)) {
+      Refuse("mailbox", mailbox.Address(),
+             "would get no mail: Postfix gives it to the entry of that name in " + *line);
+    }
   }
 }
 

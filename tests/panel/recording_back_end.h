@@ -43,9 +43,16 @@ class RecordingBackEnd : public email::MtaInterface {
   void ResumeDomain(Domain& domain) override { Note("ResumeDomain", Text(*domain)); }
   void UpdateDomain(Domain& domain) override { Note("UpdateDomain", Text(*domain)); }
   void CacheAliases(Mailbox&) override {}
-  void SetAliases(Mailbox&, const std::list<std::string>&) override {}
+  void SetAliases(Mailbox& mailbox, const std::list<std::string>& dropped) override {
+    std::string text = mailbox->name.Str();
+    for (const std::string& name : dropped) text += " -" + name;
+    Note("SetAliases", text);
+  }
   void GetResponder(std::shared_ptr<zeb_db::EmailResponderTable>&) override {}
-  void SetResponder(std::shared_ptr<zeb_db::EmailResponderTable>&) override {}
+  void SetResponder(std::shared_ptr<zeb_db::EmailResponderTable>& responder) override {
+    const auto mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(responder->email.Str());
+    Note("SetResponder", mailbox->name.Str() + (responder->active ? " on" : " off"));
+  }
   void AddToWhitelist(const std::string&) override {}
   void DeleteFromWhitelist(const std::string&) override {}
   void CacheWhitelist() override {}

@@ -49,13 +49,13 @@ TEST(DomainCreate, WritesEachDefaultAction) {
 TEST(DomainCreate, BindsAddress) {
   const OwnPanel panel;
 
-  panel.Do({"domain", "create", "shop.example", "--ip", "192.0.2.10"});
+  panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});
 
   EXPECT_EQ(panel.Table("domainips"), "/@shop\\.example$/\tsmtp_shop_example\n");
   EXPECT_EQ(panel.folder().ReadText("config/master.cf"),
             "pickup    unix  n       -       n       60      1       pickup\n"
-            "smtp_shop_example\tunix - - n - - smtp -o syslog_name=postfix-192_0_2_10 "
-            "-o smtp_bind_address=192.0.2.10\n");
+            "smtp_shop_example\tunix - - n - - smtp -o syslog_name=postfix-127_0_0_10 "
+            "-o smtp_bind_address=127.0.0.10\n");
   EXPECT_THAT(panel.postfix().Runs(), ElementsAre("reload", "reload"));
 }
 
@@ -86,7 +86,7 @@ TEST(DomainCreate, LeavesOtherLinesOfTheTablesInPlace) {
 TEST(DomainUpdate, KeepsWhatIsNotGiven) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org", "--default-action", "redir_email", "--redirect",
-            "info@example.net", "--ip", "192.0.2.10"});
+            "info@example.net", "--ip", "127.0.0.10"});
 
   EXPECT_EQ(panel.Do({"domain", "update", "example.org", "--redirect", "new@example.net"}),
             "example.org: updated\n");
@@ -96,7 +96,7 @@ TEST(DomainUpdate, KeepsWhatIsNotGiven) {
             "active: true\n"
             "defaction: redir_email\n"
             "redirect: new@example.net\n"
-            "ip: 192.0.2.10\n");
+            "ip: 127.0.0.10\n");
   EXPECT_EQ(panel.Table("virtusertable"), "@example.org\tnew@example.net\n");
 }
 
@@ -134,12 +134,12 @@ TEST(DomainUpdate, MovesAddressAndUnbindsIt) {
   panel.Do({"domain", "create", "shop.example"});
   const std::string others = panel.folder().ReadText("config/master.cf");
 
-  panel.Do({"domain", "update", "shop.example", "--ip", "192.0.2.10"});
-  panel.Do({"domain", "update", "shop.example", "--ip", "192.0.2.11"});
+  panel.Do({"domain", "update", "shop.example", "--ip", "127.0.0.10"});
+  panel.Do({"domain", "update", "shop.example", "--ip", "127.0.0.11"});
   EXPECT_EQ(panel.folder().ReadText("config/master.cf"),
             others +
-                "smtp_shop_example\tunix - - n - - smtp -o syslog_name=postfix-192_0_2_11 "
-                "-o smtp_bind_address=192.0.2.11\n");
+                "smtp_shop_example\tunix - - n - - smtp -o syslog_name=postfix-127_0_0_11 "
+                "-o smtp_bind_address=127.0.0.11\n");
 
   panel.Do({"domain", "update", "shop.example", "--ip", ""});
   EXPECT_EQ(panel.folder().ReadText("config/master.cf"),
@@ -194,7 +194,7 @@ TEST(DomainDelete, RemovesItFromAllTables) {
   panel.Do({"domain", "create", "keep.example"});
   const std::string before = panel.Tables();
   const std::string services = panel.folder().ReadText("config/master.cf");
-  panel.Do({"domain", "create", "shop.example", "--ip", "192.0.2.10"});
+  panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});
   panel.Do({"domain", "suspend", "shop.example"});
 
   EXPECT_EQ(panel.Do({"domain", "delete", "shop.example"}), "shop.example: deleted\n");
@@ -228,19 +228,19 @@ TEST(DomainList, AlignsColumns) {
   EXPECT_EQ(panel.Do({"domain", "list"}), "");
   panel.Do({"domain", "create", "bücher.example", "--default-action", "redir_domain", "--redirect",
             "example.org"});
-  panel.Do({"domain", "create", "example.org", "--ip", "192.0.2.10"});
+  panel.Do({"domain", "create", "example.org", "--ip", "127.0.0.10"});
   panel.Do({"domain", "suspend", "example.org"});
 
   EXPECT_EQ(panel.Do({"domain", "list"}),
             "NAME            STATE      DEFAULT ACTION  REDIRECT     IP\n"
-            "example.org     suspended  error           -            192.0.2.10\n"
+            "example.org     suspended  error           -            127.0.0.10\n"
             "bücher.example  active     redir_domain    example.org  -\n");
 }
 
 TEST(DomainJson, ShowsOneDomain) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "bücher.example", "--default-action", "redir_email", "--redirect",
-            "info@bücher.example", "--ip", "192.0.2.10"});
+            "info@bücher.example", "--ip", "127.0.0.10"});
 
   EXPECT_EQ(panel.Do({"--json", "domain", "show", "bücher.example"}),
             "{\n"
@@ -248,7 +248,7 @@ TEST(DomainJson, ShowsOneDomain) {
             "  \"active\": true,\n"
             "  \"defaction\": \"redir_email\",\n"
             "  \"redirect\": \"info@bücher.example\",\n"
-            "  \"ip\": \"192.0.2.10\"\n"
+            "  \"ip\": \"127.0.0.10\"\n"
             "}\n");
 }
 

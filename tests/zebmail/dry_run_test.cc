@@ -71,16 +71,75 @@ TEST(DryRun, PrintsOneJsonDocument) {
                 "}\n");
 }
 
+TEST(DryRun, ShowsAllThatGoesWithAMailbox) {
+  const MailboxPanel panel;
+  panel.Do({"alias", "add", "info@example.org", "sales"});
+  panel.Do({"forward", "add", "info@example.org", "boss@example.net"});
+  panel.Do({"responder", "on", "info@example.org", "--subject", "Away", "--text-file", "-"}, "A");
+  const std::string aliases = panel.Path("panel/mail/aliases");
+  const std::string virtusertable = panel.Path("panel/mail/virtusertable");
+
+  EXPECT_EQ(panel.Do({"--dry-run", "mailbox", "delete", "info@example.org"}),
+            "--- " + aliases + "\n+++ " + aliases +
+                "\n"
+                "@@ -1,3 +1,2 @@\n"
+                " postfix_err_nouser:\t\"| exit 67\"\n"
+                " devnull:\t\"/dev/null\"\n"
+                "-info+example.org:\tboss@example.net," +
+                panel.AnswerOf(1) + "\n--- " + virtusertable + "\n+++ " + virtusertable +
+                "\n"
+                "@@ -1,3 +1 @@\n"
+                " @example.org\tpostfix_err_nouser\n"
+                "-info@example.org\tinfo@example.org info+example.org\n"
+                "-sales@example.org\tinfo@example.org\n"
+                "database: delete email_alias: id=1 name=sales email=1\n"
+                "database: delete email_forward: id=1 name=boss@example.net email=1\n"
+                "database: delete email_responder: id=1 email=1 active=true\n"
+                "database: delete responder_text: id=1 mailbox=1 subject=Away body=A\n"
+                "database: delete email: id=1 name=info domain=1 active=true dropmail=false\n"
+                "tool: /usr/sbin/postalias -c " +
+                panel.Path("config") + " " + aliases +
+                "\ntool: " + Postmap(panel, "virtusertable") + "\n");
+}
+
+TEST(DryRun, ShowsNothingWhereNothingWouldChange) {
+  const MailboxPanel panel;
+  panel.Do({"forward", "add", "info@example.org", "boss@example.net"});
+  panel.Do({"responder", "on", "info@example.org"});
+
+  EXPECT_EQ(panel.Do({"--dry-run", "mailbox", "update", "info@example.org", "--drop-mail", "off"}),
+            "");
+  EXPECT_EQ(panel.Do({"--dry-run", "responder", "on", "info@example.org"}), "");
+  EXPECT_EQ(panel.Do({"--dry-run", "mailbox", "resume", "info@example.org"}), "");
+}
+
 TEST(DryRun, OfEachCommandChangesNothing) {
-  const OwnPanel panel;
-  panel.Do({"domain", "create", "example.org", "--ip", "192.0.2.10"});
+  const AnsweringPanel panel;
+  panel.Do({"domain", "create", "example.org", "--ip", "127.0.0.10"});
+  panel.Do({"mailbox", "create", "info@example.org"});
+  panel.Do({"alias", "add", "info@example.org", "sales"});
+  panel.Do({"forward", "add", "info@example.org", "boss@example.net"});
+  panel.Do({"responder", "on", "info@example.org"});
+  panel.Do({"mailbox", "create", "office@example.org"});
   const auto before = Snapshot(panel.folder().path());
   const std::vector<std::vector<std::string>> changes = {
-      {"domain", "create", "a.example", "--ip", "192.0.2.11"},
+      {"domain", "create", "a.example", "--ip", "127.0.0.11"},
       {"domain", "update", "example.org", "--default-action", "ignore", "--ip", ""},
       {"domain", "suspend", "example.org"},
       {"domain", "resume", "example.org"},
       {"domain", "delete", "example.org"},
+      {"mailbox", "create", "new@example.org", "--drop-mail"},
+      {"mailbox", "update", "info@example.org", "--drop-mail", "on"},
+      {"mailbox", "suspend", "info@example.org"},
+      {"mailbox", "resume", "info@example.org"},
+      {"mailbox", "delete", "info@example.org"},
+      {"alias", "add", "info@example.org", "help"},
+      {"alias", "remove", "info@example.org", "sales"},
+      {"forward", "add", "info@example.org", "x@example.net"},
+      {"forward", "remove", "info@example.org", "boss@example.net"},
+      {"responder", "on", "info@example.org", "--subject", "New"},
+      {"responder", "on", "office@example.org"},
+      {"responder", "off", "info@example.org"},
       {"check", "--fix"},
       {"init", "--root", panel.Path("panel")},
       {"init", "--root", panel.Path("other")},

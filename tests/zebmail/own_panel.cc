@@ -8,15 +8,25 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "panel/db/database.h"
+
 namespace zebmail_test {
 
 namespace fs = std::filesystem;
 
-CommandRun Zebmail(const std::vector<std::string>& words) {
+namespace {
+
+/// What the panel keeps at the beginning of the aliases.
+const std::string kDeliveryEntries =
+    "postfix_err_nouser:\t\"| exit 67\"\ndevnull:\t\"/dev/null\"\n";
+
+}  // namespace
+
+CommandRun Zebmail(const std::vector<std::string>& words, const std::string& input) {
   unsetenv("ZEBMAIL_CONFIG");
   std::vector<std::string> all = {ZEBMAIL_BINARY};
   all.insert(all.end(), words.begin(), words.end());
-  return test_support::RunCommand(all);
+  return test_support::RunCommand(all, input);
 }
 
 std::map<std::string, std::string> Snapshot(const fs::path& folder) {
@@ -65,13 +75,13 @@ OwnPanel::OwnPanel() {
   if (run.status != 0) throw std::runtime_error(run.errors);
 }
 
-CommandRun OwnPanel::Run(std::vector<std::string> words) const {
+CommandRun OwnPanel::Run(std::vector<std::string> words, const std::string& input) const {
   words.insert(words.begin(), {"--config", config()});
-  return Zebmail(words);
+  return Zebmail(words, input);
 }
 
-std::string OwnPanel::Do(const std::vector<std::string>& words) const {
-  const CommandRun run = Run(words);
+std::string OwnPanel::Do(const std::vector<std::string>& words, const std::string& input) const {
+  const CommandRun run = Run(words, input);
   if (run.status != 0 || !run.errors.empty()) throw std::runtime_error(run.output + run.errors);
   return run.output;
 }
@@ -92,6 +102,20 @@ std::string OwnPanel::Tables() const {
   return text;
 }
 
+std::string OwnPanel::MailboxTables() const {
+  std::string entries = Table("aliases");
+  if (entries.starts_with(kDeliveryEntries)) entries.erase(0, kDeliveryEntries.size());
+  return "-- virtusertable\n" + Table("virtusertable") + "-- access\n" + Table("access") +
+         "-- aliases\n" + entries;
+}
+
+void OwnPanel::ChangeDatabase(const std::function<void()>& work) const {
+  panel::db::Database database("sqlite3://" + Path("panel/panel.db"));
+  panel::db::Transaction transaction(database);
+  work();
+  transaction.Commit();
+}
+
 std::string OwnPanel::Lookup(const std::string& name, const std::string& key) const {
   const CommandRun run = test_support::RunCommand(
       {"/usr/sbin/postmap", "-c", Path("config"), "-q", key, "hash:" + Path("panel/mail/" + name)});
@@ -110,10 +134,34 @@ void OwnPanel::Unconfigure(const std::string& name) const {
 void OwnPanel::ReplaceLine(const std::string& name, const std::string& line) const {
   std::istringstream old(folder().ReadText("panel/zebmail.toml"));
   std::string text;
+  bool is_replaced = false;
   for (std::string old_line; std::getline(old, old_line);) {
-    text += old_line.starts_with(name + " =") ? line : old_line + "\n";
+    const bool is_the_one = old_line.starts_with(name + " =");
+    text += is_the_one ? line : old_line + "\n";
+    is_replaced = is_replaced || is_the_one;
   }
+  if (!is_replaced) text += line;  // the paths come last
   folder().WriteText("panel/zebmail.toml", text);
+}
+
+AnsweringPanel::AnsweringPanel() {
+  folder().WriteText("zebmail-answer", "#!/bin/sh\nexit 0\n");
+  test_support::SetMode(answer(), 0755);
+  Configure("zebmail-answer", answer());
+}
+
+std::string AnsweringPanel::AnswerOf(int mailbox) const {
+  return "\"|" + answer() + " " + ResponderPath(mailbox) + "\"";
+}
+
+std::string AnsweringPanel::ResponderPath(int mailbox, const std::string& name) const {
+  const std::string responder = Path("panel/state/responder/" + std::to_string(mailbox));
+  return name.empty() ? responder : responder + "/" + name;
+}
+
+MailboxPanel::MailboxPanel() {
+  Do({"domain", "create", "example.org"});
+  Do({"mailbox", "create", "info@example.org"});
 }
 
 }  // namespace zebmail_test

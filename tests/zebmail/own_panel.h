@@ -8,6 +8,7 @@
 
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -20,8 +21,9 @@ namespace zebmail_test {
 
 using test_support::CommandRun;
 
-/// The command with these words behind it, and without a configuration in the environment.
-CommandRun Zebmail(const std::vector<std::string>& words);
+/// The command with these words behind it, and without a configuration in the environment. It reads
+/// `input` as its standard input.
+CommandRun Zebmail(const std::vector<std::string>& words, const std::string& input = "");
 
 /// Every file below `folder` with its text, folders with an empty one and a "/" at their end.
 std::map<std::string, std::string> Snapshot(const std::filesystem::path& folder);
@@ -56,10 +58,10 @@ class OwnPanel : public PostfixFolder {
   std::string config() const { return Path("panel/zebmail.toml"); }
 
   /// Runs the command on this panel.
-  CommandRun Run(std::vector<std::string> words) const;
+  CommandRun Run(std::vector<std::string> words, const std::string& input = "") const;
 
   /// Runs the command, which must succeed.
-  std::string Do(const std::vector<std::string>& words) const;
+  std::string Do(const std::vector<std::string>& words, const std::string& input = "") const;
 
   /// The whole text of the table file `name`, such as "virtusertable".
   std::string Table(const std::string& name) const;
@@ -68,15 +70,43 @@ class OwnPanel : public PostfixFolder {
   /// The four tables that domains are written to, each below a line with its name.
   std::string Tables() const;
 
+  /// The three tables that mailboxes are written to, each below a line with its name. The two
+  /// entries that the panel itself keeps at the beginning of the aliases are left out.
+  std::string MailboxTables() const;
+
   /// What stands for `key` in the built map of the table `name`.
   std::string Lookup(const std::string& name, const std::string& key) const;
 
-  /// Gives the path `name` another value in the configuration, or takes its line out.
+  /// Runs `work` on the panel's database, for rows that no command writes.
+  void ChangeDatabase(const std::function<void()>& work) const;
+
+  /// Gives the path `name` a value in the configuration, or takes its line out.
   void Configure(const std::string& name, const std::string& value) const;
   void Unconfigure(const std::string& name) const;
 
  private:
   void ReplaceLine(const std::string& name, const std::string& line) const;
+};
+
+/// One that can switch responders on: it has a stand-in for the program that answers. No mail
+/// comes, so nothing runs it.
+class AnsweringPanel : public OwnPanel {
+ public:
+  AnsweringPanel();
+
+  std::string answer() const { return Path("zebmail-answer"); }
+
+  /// The value of the aliases by which the mailbox with this key is answered for.
+  std::string AnswerOf(int mailbox) const;
+
+  /// The path of `name` in the folder of the responder of the mailbox with this key.
+  std::string ResponderPath(int mailbox, const std::string& name = "") const;
+};
+
+/// One with the domain example.org and the mailbox info@example.org, whose key is 1.
+class MailboxPanel : public AnsweringPanel {
+ public:
+  MailboxPanel();
 };
 
 }  // namespace zebmail_test

@@ -56,6 +56,12 @@ TEST_F(SenderLists, ReplaceAnyOtherVerdictOfTheKey) {
   EXPECT_EQ(panel.Text("access"), "key:a.example\tOK\n");
 }
 
+TEST_F(SenderLists, ReplaceASuspensionByEitherVerdict) {
+  panel.SetText("access", "key:a.example\t550 Account disabled\n");
+  back_end.AddToBlacklist("a.example");
+  EXPECT_EQ(panel.Text("access"), "key:a.example\tREJECT\n");
+}
+
 TEST_F(SenderLists, LoseAValueThroughEitherDeletion) {
   back_end.AddToBlacklist("one");
   back_end.DeleteFromWhitelist("one");

@@ -180,6 +180,27 @@ TEST_F(IpBinding, MovesFromAnIp6AddressToAnother) {
   EXPECT_EQ(panel.Text("master.cf"), standard + kService);
 }
 
+TEST_F(IpBinding, OfAnIp6AddressIsWrittenAgainForTheSameAddress) {
+  SetUpFiles(kMapLine,
+             "smtp_shop_example\tunix - - y - - smtp -o smtp_bind_address6=2001:db8::5\n");
+  Update("2001:db8::5");
+  EXPECT_EQ(panel.Text("domainips"), kMapLine);
+  EXPECT_EQ(panel.Text("master.cf"), standard + kIp6Service);
+  EXPECT_EQ(panel.postfix_command().Runs(), Lines{"reload"});
+}
+
+TEST_F(IpBinding, CanBeMadeAgainOnceItWasCleared) {
+  SetUpFiles(kMapLine, kService);
+  Update("");
+  Update("192.0.2.11");
+  EXPECT_EQ(panel.Text("domainips"), kMapLine);
+  EXPECT_EQ(panel.Text("master.cf"), standard + kMovedService);
+}
+
+TEST_F(IpBinding, IsPossible) {
+  EXPECT_TRUE(back_end.CanBindToIp());
+}
+
 TEST_F(IpBinding, CannotMoveAServiceThatMasterCfLacks) {
   SetUpFiles(kMapLine, "");
   const auto error = ErrorOf([this] { Update("192.0.2.11"); });
@@ -193,6 +214,20 @@ TEST_F(IpBinding, IsLeftAloneWhenTheDomainItselfCannotBeUpdated) {
   SetUpFiles(kMapLine, kService);
   panel.SetText("virtusertable", "");
   EXPECT_EQ(ErrorOf([this] { Update("192.0.2.11"); }).type(), "missing");
+  EXPECT_EQ(panel.Text("master.cf"), standard + kService);
+}
+
+TEST_F(IpBinding, IsLeftAloneWhenTheDomainItselfCannotBeCreatedOrDeleted) {
+  SetUpFiles(kMapLine, kService);
+  const RecordingTool postmap(panel.folder(), "failing", "no space\n", 1);
+  panel.SetPath("postfix-postmap", postmap.path());
+  DomainPtr news = DomainRow("news.example");
+  news->ip = "192.0.2.10";
+
+  EXPECT_EQ(ErrorOf([this, &news] { back_end.CreateDomain(news); }).object(), "postmap");
+  EXPECT_EQ(ErrorOf([this] { Delete(); }).object(), "postmap");
+
+  EXPECT_EQ(panel.Text("domainips"), kMapLine);
   EXPECT_EQ(panel.Text("master.cf"), standard + kService);
 }
 

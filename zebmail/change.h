@@ -18,19 +18,34 @@ namespace zebmail {
 
 using Work = std::function<void(panel::mail::MailModule& mail)>;
 
+/// Prints the warnings of a change when it is over, however it ends.
+class WarningsOf {
+ public:
+  explicit WarningsOf(const panel::mail::MailModule& mail) : mail_(mail) {}
+  ~WarningsOf() {
+    for (const std::string& warning : mail_.warnings()) PrintWarning(warning);
+  }
+
+  WarningsOf(const WarningsOf&) = delete;
+  WarningsOf& operator=(const WarningsOf&) = delete;
+
+ private:
+  const panel::mail::MailModule& mail_;
+};
+
 /// Makes the change `work` and confirms that it is `done` by what `show` finds then.
 template <class Show>
 Status Change(const Invocation& invocation, const std::string& done, const Work& work,
               const Show& show) {
   panel::mail::Panel panel = OpenPanel(invocation);
   panel::mail::MailModule mail;
+  const WarningsOf warnings(mail);
   MakeChange(
       invocation, panel, [&] { work(mail); },
       [&] {
         const auto shown = show(mail);
         Confirm(invocation, NameOf(shown), done, ToJson(shown));
       });
-  for (const std::string& warning : mail.warnings()) PrintWarning(warning);
   return kDone;
 }
 
@@ -40,6 +55,7 @@ Status Delete(const Invocation& invocation, const Work& work, const Show& show) 
   panel::mail::Panel panel = OpenPanel(invocation);
   panel::mail::MailModule mail;
   const auto shown = show(mail);
+  const WarningsOf warnings(mail);
   MakeChange(
       invocation, panel, [&] { work(mail); },
       [&] { Confirm(invocation, NameOf(shown), "deleted", ToJson(shown)); });

@@ -32,8 +32,12 @@ std::string ShellWord(const std::string& word) {
 
 }  // namespace
 
+std::string Command(const std::string& words) {
+  return "zebmail --config " + ShellWord(CurrentConfig().file) + " " + words;
+}
+
 std::string FixCommand() {
-  return "zebmail --config " + ShellWord(CurrentConfig().file) + " check --fix";
+  return Command("check --fix");
 }
 
 std::string DescribeOutstandingTool(const conf::PendingWork& work) {

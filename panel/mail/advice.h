@@ -9,6 +9,9 @@
 
 namespace panel::mail {
 
+/// The command line of zebmail for the panel in use, with `words` behind it.
+std::string Command(const std::string& words);
+
 /// The command that makes up for outstanding work of the panel in use.
 std::string FixCommand();
 

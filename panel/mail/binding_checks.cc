@@ -1,92 +1,40 @@
 /// NAME
 ///   binding_checks - whether each domain's mail leaves from the address that the panel says
-///
-/// WHAT IT GOES BY
-///   The back-end gives a bound domain a service of its own: "smtp_" and the domain with "_" for
-///   each ".", with a syslog name that begins with "postfix-" and, at its end, the address.
-///   Services of another form are somebody else's. A service may outlive its binding, with no
-///   address or with an IPv6 address, which the back-end does not read back.
 
 #include "panel/mail/binding_checks.h"
 
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
-#include "host/fen_cf.h"
-#include "host/str.h"
 #include "host/zeb_db.h"
-#include "panel/conf/disk_file.h"
-#include "panel/module/config.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/bindings.h"
+#include "panel/mail/names.h"
 
 namespace panel::mail {
 namespace {
 
 const char* const kWhy = "its mail leaves from another address than it should";
 
-/// Which line has a value, and the value.
-struct Line {
-  std::size_t number;
-  std::string value;
-};
-
-using Lines = std::map<std::string, Line>;
-
-/// The lines of a file of two columns, by the first column; comments and continuation lines are
-/// none. The first of several counts.
-Lines ReadColumns(const std::string& path) {
-  std::istringstream text(conf::ReadWholeFile(path).bytes);
-  Lines lines;
-  std::string line;
-  for (std::size_t number = 1; std::getline(text, line); ++number) {
-    const std::size_t end = line.find_first_of(" \t\r");
-    if (line.empty() || line[0] == '#' || end == 0 || end == std::string::npos) continue;
-    const std::size_t value = line.find_first_not_of(" \t\r", end);
-    if (value == std::string::npos) continue;
-    line.erase(line.find_last_not_of(" \t\r") + 1);
-    lines.try_emplace(line.substr(0, end), Line{number, line.substr(value)});
-  }
-  return lines;
-}
-
 /// A domain of the panel and the address that it is to send from.
 struct Bound {
   std::string name;
   std::string address;
+
+  std::string Shown() const { return InUnicode(name); }
 };
 
 /// All domains, by the names that their services have or would have.
-std::map<std::string, Bound> DomainsByService() {
-  std::map<std::string, Bound> domains;
+using Domains = std::map<std::string, Bound>;
+
+Domains DomainsByService() {
+  Domains domains;
   fen_db::Result rows = zeb_db::GetCache().Query("SELECT name, ip FROM email_domain");
   for (; !rows.Eof(); rows.Next()) {
-    domains.emplace("smtp_" + str::Replace(rows.Str(0), ".", "_"), Bound{rows.Str(0), rows.Str(1)});
+    domains.emplace(ServiceOf(rows.Str(0)), Bound{rows.Str(0), rows.Str(1)});
   }
   return domains;
-}
-
-/// All that says from which address mail leaves.
-struct Bindings {
-  std::string master;  ///< path of master.cf
-  std::string map;     ///< path of the domain-to-IP map
-  Lines services;      ///< by name
-  Lines patterns;      ///< each with the name of a service
-  std::map<std::string, Bound> domains;
-
-  std::string InMaster(const Line& line) const {
-    return master + ":" + std::to_string(line.number);
-  }
-  std::string InMap(const Line& line) const { return map + ":" + std::to_string(line.number); }
-};
-
-bool IsOfBoundDomain(const std::string& service, const Line& line) {
-  return service.starts_with("smtp_") &&
-         line.value.find(" -o syslog_name=postfix-") != std::string::npos;
-}
-
-std::string AddressOf(const Line& service) {
-  return service.value.substr(service.value.rfind('=') + 1);
 }
 
 std::string OrAny(const std::string& address) {
@@ -94,73 +42,99 @@ std::string OrAny(const std::string& address) {
 }
 
 std::string UpdateCommand(const Bound& domain) {
-  return "zebmail --config " + CurrentConfig().file.string() + " domain update " + domain.name +
-         " --ip " + domain.address;
+  return Command("domain update " + domain.name + " --ip " + domain.address);
 }
 
-Finding Stray(const Bindings& bindings, const std::string& service, const Line& line,
-              const std::string& by_hand) {
-  return {"binding",
-          bindings.InMaster(line),
-          "has the service " + service + " of no domain of the panel",
-          "what is led to it leaves from " + OrAny(AddressOf(line)),
-          by_hand,
-          {}};
+/// A line that the back-end wrote for a domain that is gone, or for another address.
+Findings CheckService(const Bindings& bindings, const Service& service, const Domains& domains) {
+  const std::string where = bindings.InMaster(service.line);
+  const std::string by_hand =
+      "delete that line, and the one of " + bindings.map + " that ends in " + service.name;
+  const auto domain = domains.find(service.name);
+  if (domain == domains.end()) {
+    return {{"binding",
+             where,
+             "has the service " + service.name + " of no domain of the panel",
+             "what is led to it leaves from " + OrAny(*service.address),
+             by_hand,
+             {}}};
+  }
+  const Bound& bound = domain->second;
+  if (*service.address == bound.address) return {};
+  return {{"binding",
+           where,
+           "has " + bound.Shown() + " send from " + OrAny(*service.address) +
+               ", though the panel says " + OrAny(bound.address),
+           kWhy,
+           bound.address.empty() ? by_hand : UpdateCommand(bound),
+           {}}};
 }
 
-Finding OtherAddress(const Bindings& bindings, const Line& line, const Bound& domain,
-                     const std::string& by_hand) {
-  return {"binding",
-          bindings.InMaster(line),
-          "has " + domain.name + " send from " + OrAny(AddressOf(line)) +
-              ", though the panel says " + OrAny(domain.address),
-          kWhy,
-          domain.address.empty() ? by_hand : UpdateCommand(domain),
-          {}};
-}
-
-Findings CheckServices(const Bindings& bindings) {
+/// Of two services with one name the back-end changes the first, and Postfix uses the last.
+Findings CheckServices(const Bindings& bindings, const Domains& domains) {
   Findings findings;
-  for (const auto& [service, line] : bindings.services) {
-    if (!IsOfBoundDomain(service, line)) continue;
-    const std::string by_hand =
-        "delete that line, and the one of " + bindings.map + " that ends in " + service;
-    const auto domain = bindings.domains.find(service);
-    if (domain == bindings.domains.end()) {
-      findings.push_back(Stray(bindings, service, line, by_hand));
-    } else if (AddressOf(line) != domain->second.address) {
-      findings.push_back(OtherAddress(bindings, line, domain->second, by_hand));
+  for (const Service& service : bindings.services) {
+    if (!service.address) continue;
+    const Service& first = *bindings.FindService(service.name);
+    if (first.line != service.line) {
+      findings.push_back({"binding",
+                          bindings.InMaster(service.line),
+                          "has the service " + service.name + " again, which line " +
+                              std::to_string(first.line) + " has already",
+                          "Postfix uses the last of them, and the panel changes the first",
+                          "delete the line that is not right",
+                          {}});
+      continue;
+    }
+    const Findings found = CheckService(bindings, service, domains);
+    findings.insert(findings.end(), found.begin(), found.end());
+  }
+  return findings;
+}
+
+/// Lines of the map that lead to a service that is not there, or not as the back-end writes it.
+Findings CheckPatterns(const Bindings& bindings, const Domains& domains) {
+  Findings findings;
+  for (const SenderPattern& line : bindings.patterns) {
+    if (!line.service.starts_with("smtp_")) continue;
+    const Service* const service = bindings.FindService(line.service);
+    if (service == nullptr) {
+      findings.push_back(
+          {"binding",
+           bindings.InMap(line.line),
+           "leads to the service " + line.service + ", which is not in " + bindings.master,
+           "the mail of that domain cannot leave",
+           "delete that line",
+           {}});
+    } else if (!service->address && domains.contains(line.service)) {
+      findings.push_back({"binding",
+                          bindings.InMaster(service->line),
+                          "has the service " + line.service +
+                              " in another form than the panel gives it: the name, a tab, and all "
+                              "the rest in one line",
+                          "the panel cannot change from where the domain's mail leaves",
+                          "delete it, and line " + std::to_string(line.line) + " of " +
+                              bindings.map + ", then update the domain with --ip",
+                          {}});
     }
   }
   return findings;
 }
 
-Findings CheckPatterns(const Bindings& bindings) {
+/// Domains that no line of the map leads to their service. A new binding would give a service that
+/// is still there a twin.
+Findings CheckDomains(const Bindings& bindings, const Domains& domains) {
   Findings findings;
-  for (const auto& [pattern, line] : bindings.patterns) {
-    if (!line.value.starts_with("smtp_") || bindings.services.contains(line.value)) continue;
-    findings.push_back(
-        {"binding",
-         bindings.InMap(line),
-         "leads to the service " + line.value + ", which is not in " + bindings.master,
-         "the mail of that domain cannot leave",
-         "delete that line",
-         {}});
-  }
-  return findings;
-}
-
-Findings CheckDomains(const Bindings& bindings) {
-  std::set<std::string> led_to;
-  for (const auto& [pattern, line] : bindings.patterns) led_to.insert(line.value);
-  Findings findings;
-  for (const auto& [service, domain] : bindings.domains) {
-    if (domain.address.empty() || led_to.contains(service)) continue;
+  for (const auto& [name, domain] : domains) {
+    if (domain.address.empty() || bindings.FindPattern(PatternOf(domain.name)) != nullptr) continue;
+    const Service* const left = bindings.FindService(name);
+    const std::string first =
+        left == nullptr ? "" : "delete " + bindings.InMaster(left->line) + " first, then run: ";
     findings.push_back({"binding",
-                        domain.name,
+                        domain.Shown(),
                         "is not bound to " + domain.address + ", as the panel says",
                         kWhy,
-                        UpdateCommand(domain),
+                        first + UpdateCommand(domain),
                         {}});
   }
   return findings;
@@ -169,13 +143,12 @@ Findings CheckDomains(const Bindings& bindings) {
 }  // namespace
 
 Findings CheckBindings() {
-  const std::string master = fen_cf::GetPath("postfix-master");
-  const std::string map = fen_cf::GetPath("postfix-domainips");
-  if (master.empty() || map.empty()) return {};
-  const Bindings bindings{master, map, ReadColumns(master), ReadColumns(map), DomainsByService()};
-  Findings findings = CheckServices(bindings);
-  for (const auto& check : {CheckPatterns, CheckDomains}) {
-    const Findings found = check(bindings);
+  const std::optional<Bindings> bindings = ReadBindings();
+  if (!bindings) return {};
+  const Domains domains = DomainsByService();
+  Findings findings;
+  for (const auto& check : {CheckServices, CheckPatterns, CheckDomains}) {
+    const Findings found = check(*bindings, domains);
     findings.insert(findings.end(), found.begin(), found.end());
   }
   return findings;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "host/fen_err.h"
@@ -51,12 +52,22 @@ void DeleteRows(SenderList list, const std::string& value) {
            [&value](auto& row) { row.DbDelete("name = " + fen_db::Cache::EscapeValue(value)); });
 }
 
-/// The value in the form in which it is kept.
+/// The value in the form in which it is kept. A client with an IPv4 address in the guise of an IPv6
+/// one is to Postfix one with an IPv4 address.
 std::string Checked(SenderList list, const std::string& text) {
+  static const std::string kGuise = "::ffff:";
   std::string value = text;
+  if (test::Ip6(value) && value.starts_with(kGuise)) value = value.substr(kGuise.size());
   if (test::Ip(value) || test::Ip6(value) || test::Domain(value)) return value;
   if (test::Email(value)) return LowerCase(value);
   Refuse(NameOf(list), text, "is neither a mail address nor a domain nor an IP address");
+}
+
+/// Under what a value may stand in a table made by hand: that of a client has a prefix there, which
+/// is not in the value.
+std::vector<std::string> FormsOf(const std::string& value) {
+  if (value.find('@') != std::string::npos || test::Const<test::Ip>(value)) return {value};
+  return {value, "connect:" + value};
 }
 
 /// The value as the back-end wants it: it knows an IPv4 address by itself, and any other value that
@@ -74,29 +85,46 @@ void SetVerdict(SenderList list, const std::string& value) {
 }
 
 void DeleteVerdict(SenderList list, const std::string& value) {
-  if (list == SenderList::kWhite) {
-    BackEnd().DeleteFromWhitelist(ForBackEnd(value));
-  } else {
-    BackEnd().DeleteFromBlacklist(ForBackEnd(value));
+  for (const std::string& form : FormsOf(value)) {
+    if (list == SenderList::kWhite) {
+      BackEnd().DeleteFromWhitelist(form);
+    } else {
+      BackEnd().DeleteFromBlacklist(form);
+    }
   }
 }
 
-[[noreturn]] void RefuseSuspended(const std::string& what, const std::string& name) {
-  throw fen_err::Error("suspended", what,
-                       InUnicode(name) +
-                           " cannot be listed otherwise while it is suspended; "
-                           "resume it first");
-}
+/// What is suspended, and would be so no longer with a verdict on some value.
+struct Suspended {
+  std::string what;  ///< "domain" or "mailbox"
+  std::string name;
+};
 
-/// A verdict on a suspended domain or mailbox would end the suspension.
-void RequireNoSuspension(const std::string& value) {
-  const std::size_t at = value.rfind('@');
+/// An address stands for its domain here: Postfix looks it up first.
+std::optional<Suspended> FindSuspension(const std::string& value) {
+  if (!test::Const<test::Email>(value) && !test::Const<test::Domain>(value)) return std::nullopt;
+  const std::string domain_name = value.substr(value.rfind('@') + 1);
   const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
-  if (at == std::string::npos) {
-    if (domain->name.Lookup(value) && !domain->active) RefuseSuspended("domain", value);
-  } else if (const MailboxRow mailbox = LookUpMailbox(value); mailbox && !mailbox->active) {
-    RefuseSuspended("mailbox", value);
-  }
+  if (!domain->name.Lookup(domain_name)) return std::nullopt;
+  if (!domain->active) return Suspended{"domain", domain_name};
+  if (domain_name == value) return std::nullopt;
+  const MailboxRow mailbox = LookUpMailbox(value);
+  if (mailbox && !mailbox->active) return Suspended{"mailbox", value};
+  return std::nullopt;
+}
+
+void RequireNoSuspension(const std::string& value) {
+  const std::optional<Suspended> suspended = FindSuspension(value);
+  if (!suspended) return;
+  throw fen_err::Error("suspended", suspended->what,
+                       InUnicode(suspended->name) +
+                           " cannot be listed otherwise while it is "
+                           "suspended; resume it first");
+}
+
+std::vector<std::string> ListedAddresses(SenderList list, const std::string& domain) {
+  return Column("SELECT name FROM email_" + NameOf(list) + " WHERE name LIKE " +
+                fen_db::Cache::EscapeValue("%@" + domain));
 }
 
 }  // namespace
@@ -136,8 +164,21 @@ std::vector<std::string> ListSenders(SenderList list) {
 }
 
 void WriteVerdict(const std::string& name) {
+  if (FindSuspension(name)) return;
   for (const SenderList list : {SenderList::kWhite, SenderList::kBlack}) {
     if (Has(list, name)) SetVerdict(list, name);
+  }
+}
+
+void WriteVerdictsOfAddresses(const std::string& domain) {
+  for (const SenderList list : {SenderList::kWhite, SenderList::kBlack}) {
+    for (const std::string& address : ListedAddresses(list, domain)) WriteVerdict(address);
+  }
+}
+
+void DeleteVerdictsOfAddresses(const std::string& domain) {
+  for (const std::string& address : ListedAddresses(SenderList::kWhite, domain)) {
+    DeleteVerdict(SenderList::kWhite, address);
   }
 }
 

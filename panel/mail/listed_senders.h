@@ -27,8 +27,15 @@ void RemoveFromList(SenderList list, const std::vector<std::string>& values);
 /// The values of the list, in the order of their texts.
 std::vector<std::string> ListSenders(SenderList list);
 
-/// Has the back-end write the verdict of `name`, a domain or an address, if a list has it. Comes
-/// after operations that remove whatever verdict there is.
+/// Has the back-end write the verdict of `name`, a domain or an address, if a list has it and no
+/// suspension is in its place. Comes after operations that remove whatever verdict there is.
 void WriteVerdict(const std::string& name);
+
+/// The same for the addresses of a domain that is active again.
+void WriteVerdictsOfAddresses(const std::string& domain);
+
+/// Has the back-end take off the verdicts by which mail for a suspended domain's addresses would be
+/// taken: Postfix looks an address up before its domain. The rows stay.
+void DeleteVerdictsOfAddresses(const std::string& domain);
 
 }  // namespace panel::mail

@@ -11,8 +11,8 @@
 ///
 /// HOW NAMES ARE WRITTEN
 ///   Domain names, and domains in addresses, are taken in Unicode or in ASCII and in any case of
-///   letters. They are kept in ASCII and shown in Unicode. Mailboxes and aliases are kept in lower
-///   case.
+///   letters of ASCII. They are kept in ASCII and shown in Unicode. Mailboxes and aliases are kept
+///   in lower case.
 ///
 /// WHAT IT ADDS TO THE BACK-END
 ///   The back-end carries out one operation at a time and leaves some things between them undone.
@@ -154,12 +154,17 @@ class MailModule {
   const std::vector<std::string>& warnings() const noexcept { return warnings_; }
 
  private:
+  void SetActive(const std::string& name, bool active);
+  void RequireNoneOfOurs(const std::string& name);
   void NoteForeignAddress(const DomainSettings& settings, const zeb_db::EmailDomainTable& row);
+  void DeleteWithAll(MailboxRow& mailbox);
+  void RequireOwnLines(MailboxRow& mailbox);
   void RequireFreeName(const std::string& what, const zeb_db::EmailDomainTable& domain,
                        const std::string& local);
   void RequireOwnDelivery(const MailboxName& mailbox);
 
   std::vector<std::string> warnings_;
+  std::vector<std::string> host_names_;  ///< this server's own, once that was asked
   std::optional<CommandUser> answerer_;  ///< who runs responders, once that was asked
   TableKeys addresses_{"virtusertable", " \t\r\n#"};
   TableKeys aliases_{"aliases", ": \t\r\n#"};

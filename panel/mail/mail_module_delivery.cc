@@ -54,19 +54,22 @@ std::string CheckedForward(const std::string& text) {
 void RefuseForwardedAlias(const zeb_db::EmailTable& mailbox, const std::string& alias) {
   for (const std::string& forward :
        Column("SELECT name FROM email_forward WHERE email = " + mailbox.id.AsString())) {
-    if (LowerCase(forward) == alias) Refuse("alias", alias, "is a forward of the mailbox");
+    if (LowerCase(forward) == alias)
+      Refuse("alias", InUnicode(alias), "is a forward of the mailbox");
   }
 }
 
 void RefuseOwnAddress(MailboxRow& mailbox, const std::string& forward) {
   const std::string address = LowerCase(forward);
-  if (address == AddressOf(mailbox)) Refuse("forward", forward, "is the mailbox itself");
+  if (address == AddressOf(mailbox)) {
+    Refuse("forward", InUnicode(forward), "is the mailbox itself");
+  }
   const DomainRow domain = DomainOf(*mailbox);
   const std::size_t at = address.rfind('@');
   const auto alias = zeb_db::GetCache().Get<zeb_db::EmailAliasTable>();
   if (address.substr(at + 1) == domain->name.Str() &&
       Has(*alias, *mailbox, address.substr(0, at))) {
-    Refuse("forward", forward, "is an alias of the mailbox");
+    Refuse("forward", InUnicode(forward), "is an alias of the mailbox");
   }
 }
 
@@ -101,6 +104,7 @@ void MailModule::RemoveAliases(const std::string& address, const Names& names) {
 void MailModule::AddForwards(const std::string& address, const Names& targets) {
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
+  RequireOwnLines(mailbox);
   for (const std::string& target : targets) {
     const std::string forward = CheckedForward(target);
     RefuseOwnAddress(mailbox, forward);
@@ -115,6 +119,7 @@ void MailModule::AddForwards(const std::string& address, const Names& targets) {
 void MailModule::RemoveForwards(const std::string& address, const Names& targets) {
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
+  RequireOwnLines(mailbox);
   for (const std::string& target : targets) {
     DeleteRow<zeb_db::EmailForwardTable>(*mailbox, "forward", target, CheckedForward);
   }

@@ -1,15 +1,23 @@
 /// NAME
 ///   mail_module_domains - the panel's mail domains
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
+#include "host/fen_cf.h"
 #include "host/fen_err.h"
+#include "host/test.h"
+#include "panel/conf/disk_file.h"
+#include "panel/mail/advice.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/bindings.h"
 #include "panel/mail/domain_settings.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/mailbox_changes.h"
+#include "panel/mail/postconf.h"
+#include "panel/module/log.h"
 #include "panel/process/own_addresses.h"
 
 namespace panel::mail {
@@ -20,17 +28,51 @@ Domain Shown(const zeb_db::EmailDomainTable& row) {
           row.ip.Str(),       row.users};
 }
 
-/// Carries the row to the mail server. Of an active domain any verdict goes by that.
+/// Carries the row to the mail server. Of an active domain any verdict goes by that, and a
+/// suspended one must have none that takes its mail.
 void Write(DomainRow& row) {
   row->Post();
   BackEnd().UpdateDomain(row);
-  if (row->active) WriteVerdict(row->name.Str());
+  const std::string name = row->name.Str();
+  if (row->active) {
+    WriteVerdict(name);
+    WriteVerdictsOfAddresses(name);
+  } else {
+    DeleteVerdictsOfAddresses(name);
+  }
 }
 
-void SetActive(const std::string& name, bool active) {
-  DomainRow row = FindDomain(name);
-  row->active = active;
-  Write(row);
+/// A binding writes a service without looking for one, and of two Postfix uses the last.
+void RequireNoServiceLeft(const zeb_db::EmailDomainTable& row) {
+  const std::optional<Bindings> bindings = ReadBindings();
+  const std::string name = row.name.Str();
+  if (row.ip.Str().empty() || !bindings || bindings->FindPattern(PatternOf(name)) != nullptr) {
+    return;
+  }
+  const Service* const left = bindings->FindService(ServiceOf(name));
+  if (left == nullptr) return;
+  throw fen_err::Error("exists", "ip",
+                       bindings->InMaster(left->line) + " has the service " + left->name +
+                           " already, to which no line of " + bindings->map +
+                           " leads; delete that line first");
+}
+
+/// The value of a parameter of main.cf that names this host, or the name of a file that holds it.
+std::string HostName(const std::string& parameter) {
+  std::string name = PostconfValue(parameter);
+  if (name.starts_with('/')) name = conf::ReadWholeFile(name).bytes;
+  return LowerCase(name.substr(0, name.find_first_of(" \t\r\n")));
+}
+
+/// The names that Postfix gives to this server. While it cannot be asked there are none: that is
+/// for `check` to report, and no reason to keep a panel from its work.
+std::vector<std::string> HostNames() {
+  try {
+    return {HostName("myorigin"), HostName("myhostname")};
+  } catch (const fen_err::Error& error) {
+    LogError("mail", error);
+    return {""};
+  }
 }
 
 }  // namespace
@@ -49,6 +91,8 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
         "exists", "domain",
         name + " is not in the panel, but in " + *line + "; remove the line first");
   }
+  RequireNoneOfOurs(ascii);
+  RequireNoServiceLeft(*row);
   NoteForeignAddress(settings, *row);
   row->Post();
   BackEnd().CreateDomain(row);
@@ -56,9 +100,15 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
 
 void MailModule::UpdateDomain(const std::string& name, const DomainSettings& settings) {
   DomainRow row = FindDomain(name);
+  const std::string old_address = row->ip.Str();
   ApplySettings(settings, *row);
+  RequireNoServiceLeft(*row);
   NoteForeignAddress(settings, *row);
   Write(row);
+  if (row->ip.Str().empty() && test::Const<test::Ip6>(old_address)) {
+    warnings_.push_back("the mail of " + row->name.Unicode() + " leaves from " + old_address +
+                        " until the lines that " + Command("check") + " names are deleted\n");
+  }
 }
 
 void MailModule::SuspendDomain(const std::string& name) {
@@ -67,6 +117,21 @@ void MailModule::SuspendDomain(const std::string& name) {
 
 void MailModule::ResumeDomain(const std::string& name) {
   SetActive(name, true);
+}
+
+/// Where the domain's mail leaves from comes last in the back-end, and a domain must not be left
+/// unsuspended because of a line that somebody has deleted there.
+void MailModule::SetActive(const std::string& name, bool active) {
+  DomainRow row = FindDomain(name);
+  row->active = active;
+  try {
+    Write(row);
+  } catch (const fen_err::Error& error) {
+    const std::string master = fen_cf::GetPath("postfix-master");
+    if (error.type() != "missing" || error.object() != master) throw;
+    warnings_.push_back(master + " lacks the service " + error.value() + ", so that the mail of " +
+                        row->name.Unicode() + " cannot leave; see: " + Command("check") + "\n");
+  }
 }
 
 void MailModule::DeleteDomain(const std::string& name) {
@@ -105,6 +170,18 @@ std::vector<Domain> MailModule::ListDomains() const {
 
 Domain MailModule::ShowDomain(const std::string& name) const {
   return Shown(*FindDomain(name));
+}
+
+/// The targets that the tables name without a domain belong to these, and a line for the unknown
+/// addresses of such a domain would take them all.
+void MailModule::RequireNoneOfOurs(const std::string& name) {
+  if (fen_cf::GetParam("MTA") != "postfix") return;
+  if (host_names_.empty()) host_names_ = HostNames();
+  if (std::find(host_names_.begin(), host_names_.end(), name) == host_names_.end()) return;
+  Refuse(
+      "domain", name,
+      "is the name that Postfix gives to this server itself (myorigin or myhostname in main.cf); "
+      "the forwards of all mailboxes depend on it, so give the server another one first");
 }
 
 void MailModule::NoteForeignAddress(const DomainSettings& settings,

@@ -6,12 +6,17 @@
 #include <tuple>
 #include <utility>
 
+#include "host/fen_cf.h"
 #include "host/fen_err.h"
+#include "host/str.h"
 #include "host/test.h"
+#include "panel/conf/narrowed_walk.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/mailbox_changes.h"
+#include "panel/mail/panel.h"
+#include "panel/mail/responder_folder.h"
 
 namespace panel::mail {
 namespace {
@@ -116,7 +121,44 @@ void MailModule::ResumeMailbox(const std::string& address) {
 
 void MailModule::DeleteMailbox(const std::string& address) {
   MailboxRow row = FindMailbox(address);
+  const std::string stored = AddressOf(row);
   DeleteWithAll(row);
+  for (const std::string& domain : Column("SELECT name FROM email_domain WHERE redirect = " +
+                                          fen_db::Cache::EscapeValue(stored))) {
+    warnings_.push_back("the unknown addresses of " + InUnicode(domain) +
+                        " are still redirected to " + InUnicode(stored) + "\n");
+  }
+}
+
+/// The back-end looks through the whole table for lines that lead to the mailbox, so it is told
+/// which there are.
+void MailModule::DeleteWithAll(MailboxRow& mailbox) {
+  RequireOwnLines(mailbox);
+  const std::int64_t key = mailbox->id;
+  const std::string address = AddressOf(mailbox);
+  {
+    const conf::NarrowedWalk narrowed(fen_cf::GetPath(fen_cf::GetParam("MTA") + "-virtusertable"),
+                                      address);
+    BackEnd().DeleteEmail(mailbox);
+  }
+  mailbox->Delete();
+  WriteVerdict(address);
+  AfterCommit([key] { RemoveResponderFolder(key); });
+}
+
+/// The back-end would leave a line in another spelling as it is, and the mail server would go by
+/// it.
+void MailModule::RequireOwnLines(MailboxRow& mailbox) {
+  const std::string address = AddressOf(mailbox);
+  const std::string entry = str::Replace(address, "@", "+");
+  std::optional<std::string> line = addresses_.FindOther(address);
+  if (!line) line = aliases_.FindOther(entry);
+  if (!line) line = aliases_.Find('"' + entry + '"');
+  if (!line) return;
+  throw fen_err::Error("exists", "mailbox",
+                       InUnicode(address) +
+                           " has a line of its own that the panel does not know, " + *line +
+                           "; remove it first");
 }
 
 std::vector<Mailbox> MailModule::ListMailboxes(const std::optional<std::string>& domain) const {
@@ -148,6 +190,11 @@ void MailModule::RequireOwnDelivery(const MailboxName& mailbox) {
   if (const auto owner = OwnerOfEntry(mailbox.local)) {
     Refuse("mailbox", mailbox.Address(),
            "cannot have the name under which the aliases hold the forwards of " + *owner);
+  }
+  if (mailbox.local.starts_with("owner-")) {
+    Refuse("mailbox", mailbox.Address(),
+           "cannot begin with \"owner-\": Postfix would send the bounces of another mailbox's "
+           "forwards there");
   }
   const std::string base = mailbox.local.substr(0, mailbox.local.find('+'));
   for (const std::string& name :

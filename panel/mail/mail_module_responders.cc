@@ -47,6 +47,7 @@ void MailModule::SwitchResponderOn(const std::string& address, const ResponderSe
   CheckSettings(settings);
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
+  RequireOwnLines(mailbox);
   if (!answerer_) answerer_ = RequireAnswering();
 
   WriteText(*mailbox, settings);

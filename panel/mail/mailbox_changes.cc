@@ -5,9 +5,6 @@
 
 #include "host/fen_err.h"
 #include "panel/mail/back_end.h"
-#include "panel/mail/listed_senders.h"
-#include "panel/mail/panel.h"
-#include "panel/mail/responder_folder.h"
 
 namespace panel::mail {
 
@@ -28,15 +25,6 @@ void DropUnwritableRows(const zeb_db::EmailTable& mailbox) {
 void WriteDelivery(MailboxRow& mailbox, const std::list<std::string>& dropped) {
   DropUnwritableRows(*mailbox);
   BackEnd().SetAliases(mailbox, dropped);
-}
-
-void DeleteWithAll(MailboxRow& mailbox) {
-  const std::int64_t key = mailbox->id;
-  const std::string address = AddressOf(mailbox);
-  BackEnd().DeleteEmail(mailbox);
-  mailbox->Delete();
-  WriteVerdict(address);
-  AfterCommit([key] { RemoveResponderFolder(key); });
 }
 
 }  // namespace panel::mail

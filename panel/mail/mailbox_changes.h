@@ -22,7 +22,4 @@ void DropUnwritableRows(const zeb_db::EmailTable& mailbox);
 /// aliases that it no longer has.
 void WriteDelivery(MailboxRow& mailbox, const std::list<std::string>& dropped = {});
 
-/// Deletes the mailbox and all that belongs to it.
-void DeleteWithAll(MailboxRow& mailbox);
-
 }  // namespace panel::mail

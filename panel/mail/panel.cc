@@ -110,6 +110,16 @@ std::string OutstandingFiles() {
          "create it again\n";
 }
 
+/// Takes each step and returns how the first that failed did.
+std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
+  std::optional<fen_err::Error> first;
+  for (const auto& step : steps) {
+    const auto failure = FailureOf(step);
+    if (!first && failure) first = *failure;
+  }
+  return first;
+}
+
 std::string OutstandingSteps() {
   return "what follows from it is not all done; mend the cause, then run: " + FixCommand() + "\n";
 }
@@ -206,9 +216,7 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const
   if (file_failure && operation.saved() == 0) throw *file_failure;
   const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
   if (database_failure && operation.saved() == 0) throw *database_failure;
-  const auto step_failure = database_failure ? std::nullopt : FailureOf([&steps] {
-    for (const auto& step : steps) step();
-  });
+  const auto step_failure = database_failure ? std::nullopt : FailureOfSteps(steps);
   const auto tool_failure = FailureOf([&operation] { operation.RunActions(); });
 
   if (database_failure) {

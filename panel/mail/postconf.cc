@@ -35,7 +35,12 @@ std::string PostconfValue(const std::string& name) {
   words.insert(words.end(), {"-xh", name});
   ToolRun run = RunTool(words, "");
   run.output.erase(run.output.find_last_not_of(" \r\n") + 1);
-  if (run.result != 0) throw fen_err::Error("email", "postconf", run.output);
+  if (run.result != 0) {
+    throw fen_err::Error("email", "postconf",
+                         run.output +
+                             "\nit was run with the options of postfix-postmap: give those "
+                             "that Postfix needs there (-c DIR) under [path]");
+  }
   return run.output.substr(run.output.rfind('\n') + 1);  // warnings come before it
 }
 

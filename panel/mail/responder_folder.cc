@@ -77,8 +77,21 @@ void Own(const fs::path& path, uid_t user, gid_t group, mode_t mode) {
   if (chown(path.c_str(), user, group) != 0 || chmod(path.c_str(), mode) != 0) Fail(path);
 }
 
+void RequireRights(const fs::path& path, uid_t user, gid_t group, mode_t mode) {
+  constexpr mode_t kAllRights = 07777;
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) Fail(path);
+  if (status.st_uid == user && status.st_gid == group && (status.st_mode & kAllRights) == mode) {
+    return;
+  }
+  throw fen_err::Error("file", path.string(),
+                       "has another owner or other rights than it must have");
+}
+
 void MakeFolder(const fs::path& path) {
-  if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) Fail(path);
+  if (mkdir(path.c_str(), S_IRWXU) == 0) return;
+  if (errno != EEXIST) Fail(path);
+  if (!fs::is_directory(path)) throw fen_err::Error("file", path.string(), "is not a folder");
 }
 
 void WriteMessage(const fs::path& path, const std::string& message) {
@@ -146,8 +159,8 @@ std::vector<std::int64_t> ListResponderFolders() {
   for (const fs::directory_entry& entry : fs::directory_iterator(FolderOfAll(), missing)) {
     const std::string name = entry.path().filename();
     std::int64_t mailbox = 0;
-    const auto end = std::from_chars(name.data(), name.data() + name.size(), mailbox).ptr;
-    if (end == name.data() + name.size()) mailboxes.push_back(mailbox);
+    std::from_chars(name.data(), name.data() + name.size(), mailbox);
+    if (std::to_string(mailbox) == name) mailboxes.push_back(mailbox);
   }
   return mailboxes;
 }
@@ -155,16 +168,17 @@ std::vector<std::int64_t> ListResponderFolders() {
 std::string FindFaultInResponderFolder(std::int64_t mailbox, const std::string& message,
                                        const CommandUser& user) {
   const fs::path folder = ResponderFolder(mailbox);
-  struct stat status {};
   try {
-    if (conf::ReadWholeFile(MessageIn(folder).string()).bytes != message) {
-      return "does not hold the message of the panel";
-    }
     RequireWithinReach(folder, user);
-    if (stat(RecordIn(folder).c_str(), &status) != 0) Fail(RecordIn(folder));
-    if (status.st_uid != user.user) return "holds a record that is not of the user " + user.name;
+    RequireRights(FolderOfAll(), geteuid(), getegid(), kPassable);
+    RequireRights(folder, geteuid(), user.group, kPassableForGroup);
+    RequireRights(MessageIn(folder), geteuid(), user.group, kReadableForGroup);
+    RequireRights(RecordIn(folder), user.user, user.group, kOwnersAlone);
+    if (conf::ReadWholeFile(MessageIn(folder).string()).bytes != message) {
+      return "it does not hold the message of the panel";
+    }
   } catch (const fen_err::Error& error) {
-    return error.object() + ": " + error.value();
+    return error.object() + " " + error.value();
   }
   return "";
 }

@@ -16,50 +16,63 @@ namespace {
 /// So many searches cost about as much as the index.
 constexpr int kMostSearches = 16;
 
-constexpr std::size_t kNowhere = std::string::npos;
-
 }  // namespace
 
 TableKeys::TableKeys(std::string name, std::string ends)
     : name_(std::move(name)), ends_(std::move(ends)) {}
 
 std::optional<std::string> TableKeys::Find(const std::string& key) {
+  const Places places = Locate(LowerCase(key));
+  if (places.first == kNowhere) return std::nullopt;
+  return Shown(places.first);
+}
+
+std::optional<std::string> TableKeys::FindOther(const std::string& key) {
+  const Places places = Locate(LowerCase(key));
+  if (places.first == kNowhere) return std::nullopt;
+  if (original_.compare(places.first, key.size(), key) != 0) return Shown(places.first);
+  if (places.second == kNowhere) return std::nullopt;
+  return Shown(places.second);
+}
+
+TableKeys::Places TableKeys::Locate(const std::string& key) {
   if (!is_read_) Read();
-  const std::string wanted = LowerCase(key);
-  const std::size_t place = searches_++ < kMostSearches ? Search(wanted) : LookUp(wanted);
-  if (place == kNowhere) return std::nullopt;
-  const auto line = std::count(text_.begin(), text_.begin() + static_cast<long>(place), '\n') + 1;
-  return path_ + ":" + std::to_string(line);
+  if (searches_++ < kMostSearches) return Search(key);
+  if (keys_.empty()) Index();
+  const auto found = keys_.find(key);
+  return found == keys_.end() ? Places() : found->second;
 }
 
 void TableKeys::Read() {
   path_ = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-" + name_);
-  text_ = LowerCase(conf::ReadWholeFile(path_).bytes);
+  original_ = conf::ReadWholeFile(path_).bytes;
+  text_ = LowerCase(original_);
   is_read_ = true;
 }
 
-std::size_t TableKeys::Search(const std::string& key) const {
-  if (KeyAt(0) == key) return 0;
+TableKeys::Places TableKeys::Search(const std::string& key) const {
+  Places places;
+  if (KeyAt(0) == key) places.Add(0);
   const std::string line_start = "\n" + key;
-  for (std::size_t place = text_.find(line_start); place != kNowhere;
+  for (std::size_t place = text_.find(line_start); place != kNowhere && !places.IsFull();
        place = text_.find(line_start, place + 1)) {
-    if (KeyAt(place + 1) == key) return place + 1;
+    if (KeyAt(place + 1) == key) places.Add(place + 1);
   }
-  return kNowhere;
-}
-
-std::size_t TableKeys::LookUp(const std::string& key) {
-  if (keys_.empty()) Index();
-  const auto found = keys_.find(key);
-  return found == keys_.end() ? kNowhere : static_cast<std::size_t>(found->data() - text_.data());
+  return places;
 }
 
 void TableKeys::Index() {
   for (std::size_t line = 0; line < text_.size();) {
-    keys_.insert(KeyAt(line));
+    Places& places = keys_[KeyAt(line)];
+    if (!places.IsFull()) places.Add(line);
     const std::size_t end = text_.find('\n', line);
     line = end == kNowhere ? text_.size() : end + 1;
   }
+}
+
+std::string TableKeys::Shown(std::size_t place) const {
+  const auto end = text_.begin() + static_cast<std::string::difference_type>(place);
+  return path_ + ":" + std::to_string(std::count(text_.begin(), end, '\n') + 1);
 }
 
 std::string_view TableKeys::KeyAt(std::size_t place) const {

@@ -14,7 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace panel::mail {
 
@@ -30,22 +30,39 @@ class TableKeys {
   /// Where the table has the key first, as "PATH:LINE"; nothing when it does not.
   std::optional<std::string> Find(const std::string& key);
 
+  /// Where the table has the key in other letters or once more. The back-end, which looks for the
+  /// first line with the very key, does not find that one; the mail server may well.
+  std::optional<std::string> FindOther(const std::string& key);
+
  private:
+  static constexpr std::size_t kNowhere = std::string::npos;
+
+  /// The first two places of a key.
+  struct Places {
+    std::size_t first = kNowhere;
+    std::size_t second = kNowhere;
+
+    void Add(std::size_t place) { (first == kNowhere ? first : second) = place; }
+    bool IsFull() const { return second != kNowhere; }
+  };
+
   void Read();
   void Index();
-  std::size_t Search(const std::string& key) const;
-  std::size_t LookUp(const std::string& key);
+  Places Locate(const std::string& key);
+  Places Search(const std::string& key) const;
   std::string_view KeyAt(std::size_t place) const;
+  std::string Shown(std::size_t place) const;
 
   std::string name_;
   std::string ends_;
 
   std::string path_;
+  std::string original_;
   std::string text_;  ///< in lower case
   bool is_read_ = false;
 
   int searches_ = 0;
-  std::unordered_set<std::string_view> keys_;  ///< pieces of the text
+  std::unordered_map<std::string_view, Places> keys_;  ///< pieces of the text
 };
 
 }  // namespace panel::mail

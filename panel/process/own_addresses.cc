@@ -35,7 +35,8 @@ std::string TextOf(const sockaddr& address) {
   if (address.sa_family == AF_INET) {
     binary = &reinterpret_cast<const sockaddr_in&>(address).sin_addr;
   } else if (address.sa_family == AF_INET6) {
-    binary = &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
+    const in6_addr& ip6 = reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
+    if (!IN6_IS_ADDR_LINKLOCAL(&ip6)) binary = &ip6;
   }
   if (binary == nullptr) return "";
   return inet_ntop(address.sa_family, binary, text.data(), text.size());
@@ -50,6 +51,17 @@ bool IsOwnAddress(const std::string& address) {
     if (one->ifa_addr != nullptr && TextOf(*one->ifa_addr) == address) return true;
   }
   return false;
+}
+
+bool CanBeOfHost(const std::string& address) {
+  in_addr ip{};
+  in6_addr ip6{};
+  if (inet_pton(AF_INET, address.c_str(), &ip) == 1) {
+    const in_addr_t number = ntohl(ip.s_addr);
+    return number != INADDR_ANY && number != INADDR_BROADCAST && !IN_MULTICAST(number);
+  }
+  return inet_pton(AF_INET6, address.c_str(), &ip6) == 1 && !IN6_IS_ADDR_UNSPECIFIED(&ip6) &&
+         !IN6_IS_ADDR_MULTICAST(&ip6);
 }
 
 }  // namespace panel

@@ -8,8 +8,13 @@
 namespace panel {
 
 /// Whether a program of this machine can use `address`, an IPv4 or IPv6 address in its normal form,
-/// as its own: one of an interface, or any of the loopback network. Throws
-/// fen_err::Error("failure", ...) when the system does not tell.
+/// as its own: one of an interface, or any of the loopback network. One that is good for a single
+/// link is not: nobody can use it without naming the link. Throws fen_err::Error("failure", ...)
+/// when the system does not tell.
 bool IsOwnAddress(const std::string& address);
+
+/// Whether `address`, in its normal form, can be that of one machine: not that of all, of a group
+/// or of none.
+bool CanBeOfHost(const std::string& address);
 
 }  // namespace panel

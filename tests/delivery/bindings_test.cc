@@ -30,9 +30,11 @@ const char* const kNoOther = "127.0.0.1";
 
 class Bindings : public MailHost {
  protected:
-  /// Postfix reads the settings with the reload that the new domain brings.
+  /// Postfix reads the settings with the reload that the new domain brings. It must not keep a talk
+  /// for the next message, since the peer has one talk at a time.
   Bindings() {
     Set("default_transport=smtp");
+    Set("smtp_connection_cache_on_demand=no");
     Set("relayhost=[127.0.0.1]:" + std::to_string(peer_.port()));
     CreateDomain("redirect.example", {"--default-action", "redir_email", "--redirect", kOutside});
   }

@@ -110,5 +110,14 @@ TEST(OwnAddress, IsNoneOfOneLinkAlone) {
   }
 }
 
+TEST(AddressOfHost, IsThatOfOneMachine) {
+  for (const char* address : {"192.0.2.1", "127.0.0.1", "2001:db8::1", "::1"}) {
+    EXPECT_TRUE(panel::CanBeOfHost(address)) << address;
+  }
+  for (const char* address : {"0.0.0.0", "255.255.255.255", "224.0.0.1", "::", "ff02::1", ""}) {
+    EXPECT_FALSE(panel::CanBeOfHost(address)) << address;
+  }
+}
+
 }  // namespace
 }  // namespace panel

@@ -166,8 +166,13 @@ TEST(Ip6Binding, IsShownAsClearedAndFoundByTheCheckWhenItIsClearedInThePanelAlon
   const BindingPanel panel;
   panel.Run({"domain", "create", "shop.example", "--ip", "::1"});
 
-  panel.Do({"domain", "update", "shop.example", "--ip", ""});
+  const CommandRun update = panel.Run({"domain", "update", "shop.example", "--ip", ""});
 
+  EXPECT_EQ(update.status, 0);
+  EXPECT_EQ(
+      update.errors,
+      "zebmail: the mail of shop.example leaves from ::1 until the lines that zebmail --config " +
+          panel.config() + " check names are deleted\n");
   EXPECT_EQ(panel.MasterCf(), kStandard + kIp6Service);
   EXPECT_EQ(panel.Do({"domain", "show", "shop.example"}),
             "name: shop.example\nactive: true\ndefaction: error\nredirect: \nip: \n");

@@ -169,5 +169,48 @@ TEST_F(NameClash, OfAliasWithForwardInAnotherCaseOfLetters) {
                 "value: alias: \"new@example.org\" is a forward of the mailbox");
 }
 
+/// Postfix would send the bounces of info's forwards to the forwards of this one.
+TEST_F(NameClash, OfMailboxWithTheOwnerOfAnother) {
+  ExpectRefused(panel_, {"mailbox", "create", "Owner-info@example.org"},
+                "value: mailbox: \"owner-info@example.org\" cannot begin with \"owner-\": Postfix "
+                "would send the bounces of another mailbox's forwards there");
+}
+
+TEST_F(NameClash, OfMailboxBeforeAPlusWithEntryOfTheAliases) {
+  ExpectRefused(panel_, {"mailbox", "create", "devnull+x@example.org"},
+                "value: mailbox: \"devnull+x@example.org\" would get no mail: Postfix gives it to "
+                "the entry of that name in " +
+                    Place("aliases", 2));
+}
+
+/// Postfix completes the bare targets of the tables with this name.
+TEST_F(NameClash, OfDomainWithTheServerItself) {
+  ExpectRefused(
+      panel_, {"domain", "create", "mail.test"},
+      "value: domain: \"mail.test\" is the name that Postfix gives to this server itself "
+      "(myorigin or myhostname in main.cf); the forwards of all mailboxes depend on it, so "
+      "give the server another one first");
+}
+
+/// A line in another spelling would stay, and Postfix would take mail for it.
+TEST_F(NameClash, OfMailboxWithItsOwnLineInOtherLettersKeepsItFromBeingDeleted) {
+  panel_.SetTable("virtusertable",
+                  panel_.Table("virtusertable") + "INFO@Example.org info@example.org\n");
+
+  ExpectRefused(panel_, {"mailbox", "delete", "info@example.org"},
+                "exists: mailbox: info@example.org has a line of its own that the panel does not "
+                "know, " +
+                    Place("virtusertable", 3) + "; remove it first");
+}
+
+TEST_F(NameClash, OfForwardsWithAnEntryInOtherLetters) {
+  panel_.SetTable("aliases", panel_.Table("aliases") + "Info+Example.org: a@example.net\n");
+
+  ExpectRefused(panel_, {"forward", "add", "info@example.org", "b@example.net"},
+                "exists: mailbox: info@example.org has a line of its own that the panel does not "
+                "know, " +
+                    Place("aliases", 3) + "; remove it first");
+}
+
 }  // namespace
 }  // namespace zebmail_test

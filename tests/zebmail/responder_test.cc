@@ -447,8 +447,8 @@ TEST(ResponderFolder, ThatCannotBeMadeIsReportedAndMendedByCheckFix) {
   const CommandRun run = panel.Run({"responder", "on", "info@example.org"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zebmail: file: " + panel.ResponderPath(1) +
-                            ": Not a directory\n"
+  EXPECT_EQ(run.errors, "zebmail: file: " + in_the_way +
+                            ": is not a folder\n"
                             "the database and the table files hold the change\n"
                             "what follows from it is not all done; mend the cause, then run: "
                             "zebmail --config " +

@@ -1,0 +1,83 @@
+/// NAME
+///   bindings - which lines of Postfix's files say from which address mail leaves
+
+#include "panel/mail/bindings.h"
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+
+#include "host/fen_cf.h"
+#include "host/str.h"
+#include "panel/conf/disk_file.h"
+
+namespace panel::mail {
+namespace {
+
+constexpr const char* kBlanks = " \t\r";
+
+/// Calls `visit` with the number of each line of the file that is neither empty nor a comment nor
+/// the continuation of another, its first word, and the rest of it from the end of that word on.
+void ForEachLine(const std::string& path,
+                 const std::function<void(std::size_t, std::string, std::string)>& visit) {
+  std::istringstream text(conf::ReadWholeFile(path).bytes);
+  std::string line;
+  for (std::size_t number = 1; std::getline(text, line); ++number) {
+    line.erase(line.find_last_not_of(kBlanks) + 1);
+    const std::size_t end = std::min(line.find_first_of(kBlanks), line.size());
+    if (end == 0 || line[0] == '#') continue;
+    visit(number, line.substr(0, end), line.substr(end));
+  }
+}
+
+/// The address of a definition of the back-end's, which follows its service's name.
+std::optional<std::string> AddressIn(const std::string& rest) {
+  const bool is_of_back_end = rest.starts_with('\t') &&
+                              rest.find(" -o syslog_name=postfix-") != std::string::npos &&
+                              rest.find(" -o smtp_bind_address") != std::string::npos;
+  if (!is_of_back_end) return std::nullopt;
+  return rest.substr(rest.rfind('=') + 1);
+}
+
+}  // namespace
+
+const Service* Bindings::FindService(const std::string& name) const {
+  const auto found = std::find_if(services.begin(), services.end(),
+                                  [&name](const Service& one) { return one.name == name; });
+  return found == services.end() ? nullptr : &*found;
+}
+
+const SenderPattern* Bindings::FindPattern(const std::string& pattern) const {
+  const auto found =
+      std::find_if(patterns.begin(), patterns.end(),
+                   [&pattern](const SenderPattern& one) { return one.pattern == pattern; });
+  return found == patterns.end() ? nullptr : &*found;
+}
+
+std::optional<Bindings> ReadBindings() {
+  Bindings bindings;
+  bindings.master = fen_cf::GetPath("postfix-master");
+  bindings.map = fen_cf::GetPath("postfix-domainips");
+  if (bindings.master.empty() || bindings.map.empty()) return std::nullopt;
+  ForEachLine(bindings.master, [&](std::size_t line, std::string name, const std::string& rest) {
+    if (rest.empty()) return;
+    bindings.services.push_back({line, std::move(name), AddressIn(rest)});
+  });
+  ForEachLine(bindings.map, [&](std::size_t line, std::string pattern, const std::string& rest) {
+    const std::size_t begin = rest.find_first_not_of(kBlanks);
+    if (begin == std::string::npos) return;
+    bindings.patterns.push_back(
+        {line, std::move(pattern), rest.substr(begin, rest.find_first_of(": \t", begin) - begin)});
+  });
+  return bindings;
+}
+
+std::string ServiceOf(const std::string& domain) {
+  return "smtp_" + str::Replace(domain, ".", "_");
+}
+
+std::string PatternOf(const std::string& domain) {
+  return "/@" + str::Replace(domain, ".", "\\.") + "$/";
+}
+
+}  // namespace panel::mail

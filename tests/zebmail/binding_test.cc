@@ -472,5 +472,46 @@ TEST(BindingCheck, TakesMapLinesOfTheAdministratorForNone) {
   }
 }
 
+/// An abusive domain must not stay in service because of a line that is missing elsewhere.
+TEST(BrokenBinding, KeepsNoDomainFromBeingSuspended) {
+  const BindingPanel panel;
+  panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});
+  panel.SetMasterCf(kStandard);
+
+  const CommandRun run = panel.Run({"domain", "suspend", "shop.example"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output, "shop.example: suspended\n");
+  EXPECT_EQ(run.errors, "zebmail: " + panel.master() +
+                            " lacks the service smtp_shop_example, so that the mail of "
+                            "shop.example cannot leave; see: zebmail --config " +
+                            panel.config() + " check\n");
+  EXPECT_EQ(panel.Table("access"), "shop.example\t550 Account disabled\n");
+}
+
+TEST(BrokenBinding, GetsNoSecondService) {
+  const BindingPanel panel;
+  panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});
+  panel.SetTable("domainips", "");
+
+  const CommandRun run = panel.Run({"domain", "update", "shop.example", "--ip", "127.0.0.11"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: exists: ip: " + panel.master() +
+                            ":2 has the service smtp_shop_example already, to which no line of " +
+                            panel.map() + " leads; delete that line first\n");
+  EXPECT_EQ(panel.MasterCf(), kStandard + kService);
+}
+
+TEST(Binding, RefusesWhatIsNotTheAddressOfOneMachine) {
+  const BindingPanel panel;
+  for (const std::string address : {"0.0.0.0", "255.255.255.255", "224.0.0.1", "::", "ff02::1"}) {
+    const CommandRun run = panel.Run({"domain", "create", "shop.example", "--ip", address});
+
+    EXPECT_EQ(run.errors, "zebmail: value: ip: \"" + address +
+                              "\" cannot be the address of a single machine\n");
+  }
+}
+
 }  // namespace
 }  // namespace zebmail_test

@@ -200,7 +200,7 @@ TEST_F(NameClash, OfMailboxWithItsOwnLineInOtherLettersKeepsItFromBeingDeleted) 
   ExpectRefused(panel_, {"mailbox", "delete", "info@example.org"},
                 "exists: mailbox: info@example.org has a line of its own that the panel does not "
                 "know, " +
-                    Place("virtusertable", 3) + "; remove it first");
+                    Place("virtusertable", 6) + "; remove it first");
 }
 
 TEST_F(NameClash, OfForwardsWithAnEntryInOtherLetters) {

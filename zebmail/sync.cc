@@ -47,7 +47,7 @@ std::string AsText(const Results& results, bool with_first) {
 }
 
 /// Draws a bar on standard error, when that is a terminal.
-panel::mail::SyncProgress::Show ProgressBar(const Invocation& invocation) {
+panel::mail::ShowProgress ProgressBar(const Invocation& invocation) {
   if (invocation.quiet || isatty(STDERR_FILENO) == 0) return {};
   return [](std::size_t done, std::size_t all) {
     constexpr std::size_t kWidth = 40;

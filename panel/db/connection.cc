@@ -14,6 +14,7 @@
 #include <sys/stat.h>
 
 #include "host/fen_err.h"
+#include "panel/db/insert_buffer.h"
 #include "panel/db/sql_text.h"
 #include "panel/process/file_handle.h"
 
@@ -98,7 +99,12 @@ void Connection::SetUpPostgresql() {
 
 Rows Connection::Query(const std::string& sql, long long* affected) {
   const std::lock_guard lock(mutex_);
+  InsertGathered();
   return Guard(sql, [&] { return Run(sql, affected); });
+}
+
+void Connection::InsertGathered() {
+  if (gathering_ != nullptr && gathering_->buffer) gathering_->buffer->Flush();
 }
 
 Rows Connection::Run(const std::string& sql, long long* affected) {

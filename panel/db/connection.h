@@ -33,6 +33,14 @@ namespace panel::db {
 /// How long a statement waits for somebody else's transaction.
 inline constexpr std::chrono::milliseconds kPatience{10000};
 
+class InsertBuffer;
+
+/// The new rows of one table that wait to be inserted; no buffer before the first row.
+struct Gathering {
+  std::string table;
+  std::unique_ptr<InsertBuffer> buffer;
+};
+
 class Connection {
  public:
   explicit Connection(const std::string& url, std::chrono::milliseconds patience = kPatience);
@@ -68,6 +76,18 @@ class Connection {
   /// Every table may have changed.
   void TouchAll() noexcept;
 
+  /// From now on the new rows of this table are gathered; with null no longer, those that wait
+  /// being dropped.
+  void SetGathering(Gathering* gathering) noexcept { gathering_ = gathering; }
+
+  /// What gathers the new rows of the table; null when they are inserted one by one.
+  Gathering* GatheringOf(const std::string& table) const noexcept {
+    return gathering_ != nullptr && gathering_->table == table ? gathering_ : nullptr;
+  }
+
+  /// Inserts the rows that wait.
+  void InsertGathered();
+
   /// Runs `work`, a part of the statement `sql`, and reports how it failed. A failure spoils the
   /// transaction in progress.
   template <class Work>
@@ -96,6 +116,7 @@ class Connection {
   std::recursive_mutex mutex_;
   soci::session session_;
   Journal* journal_ = nullptr;
+  Gathering* gathering_ = nullptr;
   std::map<std::string, std::uint64_t> generations_;
 };
 

@@ -8,6 +8,7 @@
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
 #include "panel/db/connection.h"
+#include "panel/db/insert_buffer.h"
 #include "panel/db/schema.h"
 
 namespace panel::db {
@@ -81,6 +82,21 @@ void Transaction::Commit() {
 
 const std::vector<RowChange>& Transaction::changes() const noexcept {
   return journal_->changes;
+}
+
+GatheredInserts::GatheredInserts(const std::string& table)
+    : connection_(CurrentConnection()),
+      gathering_(std::make_unique<Gathering>(Gathering{table, nullptr})) {
+  connection_.SetGathering(gathering_.get());
+}
+
+GatheredInserts::~GatheredInserts() {
+  connection_.SetGathering(nullptr);
+}
+
+void GatheredInserts::Finish() {
+  const std::lock_guard lock(connection_.mutex());
+  connection_.InsertGathered();
 }
 
 }  // namespace panel::db

@@ -28,6 +28,7 @@
 namespace panel::db {
 
 class Connection;
+struct Gathering;
 struct Journal;
 
 /// The panel database. One lives at a time: zeb_db::GetCache() answers from it. Whatever was lent
@@ -90,6 +91,27 @@ class Transaction {
  private:
   Connection& connection_;
   std::unique_ptr<Journal> journal_;
+};
+
+/// While one lives, the new rows of a table are inserted many at a time: a row that was posted
+/// waits, unless changes are listed, and its table object stands on nothing. Whoever looks at the
+/// table finds it. For what adds rows by the hundred thousand and does not ask for their keys.
+class GatheredInserts {
+ public:
+  explicit GatheredInserts(const std::string& table);
+
+  /// Drops the rows that were not inserted.
+  ~GatheredInserts();
+
+  GatheredInserts(const GatheredInserts&) = delete;
+  GatheredInserts& operator=(const GatheredInserts&) = delete;
+
+  /// Inserts the rows that wait.
+  void Finish();
+
+ private:
+  Connection& connection_;
+  std::unique_ptr<Gathering> gathering_;
 };
 
 /// A column and the value that a row must have in it, in the form in which it is stored.

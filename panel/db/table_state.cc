@@ -3,11 +3,16 @@
 
 #include "panel/db/table_state.h"
 
+#include <algorithm>
+#include <charconv>
 #include <mutex>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "host/fen_err.h"
 #include "panel/db/deleted_rows.h"
+#include "panel/db/insert_buffer.h"
 #include "panel/db/row_text.h"
 #include "panel/db/sql_text.h"
 
@@ -36,6 +41,28 @@ std::string Shape(const std::vector<Match>& matches) {
   std::string shape;
   for (const Match& match : matches) shape += match.column + (IsNumber(match) ? '#' : '$');
   return shape;
+}
+
+/// The comparison of a column with a whole number that `condition` is, if it is no more than that:
+/// by far the most are, and what is prepared once need not be read each time.
+std::optional<Match> AsComparison(std::string_view condition) {
+  static constexpr std::string_view kNameLetters = "abcdefghijklmnopqrstuvwxyz_";
+  const std::size_t equals = condition.find('=');
+  if (equals == std::string_view::npos) return std::nullopt;
+  const auto trimmed = [](std::string_view text) {
+    const std::size_t begin = std::min(text.find_first_not_of(' '), text.size());
+    return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+  };
+  const std::string_view column = trimmed(condition.substr(0, equals));
+  const std::string_view number = trimmed(condition.substr(equals + 1));
+  std::int64_t value = 0;
+  const auto end = std::from_chars(number.data(), number.data() + number.size(), value);
+  const bool is_number =
+      !number.empty() && end.ec == std::errc() && end.ptr == number.data() + number.size();
+  const bool is_name =
+      !column.empty() && column.find_first_not_of(kNameLetters) == std::string_view::npos;
+  if (!is_number || !is_name) return std::nullopt;
+  return Match{std::string(column), value};
 }
 
 }  // namespace
@@ -80,6 +107,7 @@ void TableState::Forget(bool keep_current) {
 }
 
 bool TableState::Find(const std::string& condition) {
+  if (const std::optional<Match> match = AsComparison(condition)) return Find({*match});
   const std::lock_guard lock(Attached().mutex());
   const Rows rows =
       connection_->Query("SELECT " + ColumnNames() + " FROM " + table_ + " WHERE (" + condition +
@@ -119,6 +147,7 @@ bool TableState::Recall() {
 }
 
 bool TableState::Query(const std::vector<Match>& matches) {
+  InsertGathered();
   Finder& finder = FinderFor(matches);
   for (std::size_t i = 0; i < matches.size(); ++i) {
     if (IsNumber(matches[i])) {
@@ -211,7 +240,35 @@ void TableState::RequireStorable() const {
   }
 }
 
+/// The row's key is not known before it is inserted, so the object stands on nothing then.
+void TableState::Gather(Gathering& gathering) {
+  if (gathering.buffer == nullptr) {
+    std::vector<std::string> names;
+    for (std::size_t i = 1; i < columns_.size(); ++i) names.push_back(columns_[i].field->name());
+    gathering.buffer = std::make_unique<InsertBuffer>(*connection_, table_, std::move(names));
+  }
+  FillVariables();
+  std::vector<InsertBuffer::Value> row;
+  row.reserve(columns_.size());
+  for (std::size_t i = 1; i < columns_.size(); ++i) {
+    if (columns_[i].type == Type::kText) {
+      row.emplace_back(columns_[i].text);
+    } else {
+      row.emplace_back(columns_[i].number);
+    }
+  }
+  gathering.buffer->Add(std::move(row));
+  Leave();
+}
+
+/// What waits for this table must be there when it is looked at.
+void TableState::InsertGathered() {
+  if (connection_->GatheringOf(table_) != nullptr) connection_->InsertGathered();
+}
+
 void TableState::Insert() {
+  Gathering* const gathering = connection_->GatheringOf(table_);
+  if (gathering != nullptr && !connection_->ListsChanges()) return Gather(*gathering);
   if (insert_ == nullptr) insert_ = PrepareInsert();
   const std::string row = connection_->ListsChanges() ? RowText(fields_) : "";
   FillVariables();
@@ -254,6 +311,7 @@ void TableState::LearnKey() {
 void TableState::Update() {
   const std::uint64_t changed = ChangedColumns();
   if (changed == 0) return;
+  InsertGathered();
   std::unique_ptr<Statement>& update = updates_[changed];
   if (update == nullptr) update = PrepareUpdate(changed);
   FillVariables();
@@ -299,8 +357,27 @@ void TableState::Delete() {
 void TableState::DeleteWhere(const std::string& condition) {
   const std::lock_guard lock(Attached().mutex());
   if (connection_->ListsChanges()) ListDeletedRows(*connection_, table_, condition);
-  connection_->Query("DELETE FROM " + table_ + " WHERE (" + condition + ")");
+  if (const std::optional<Match> match = AsComparison(condition)) {
+    if (!DeleteByNumber(*match)) return;
+  } else {
+    connection_->Query("DELETE FROM " + table_ + " WHERE (" + condition + ")");
+  }
   connection_->TouchAll();
+}
+
+/// Whether rows were deleted.
+bool TableState::DeleteByNumber(const Match& match) {
+  InsertGathered();
+  Finder& deleter = deleters_[match.column];
+  if (deleter.statement == nullptr) {
+    deleter.numbers.resize(1);
+    deleter.statement = std::make_unique<Statement>(
+        *connection_, "DELETE FROM " + table_ + " WHERE " + match.column + " = " + Placeholder(0),
+        std::vector<Statement::Variable>{&deleter.numbers[0]}, std::vector<Statement::Variable>{});
+  }
+  deleter.numbers[0] = std::get<std::int64_t>(match.value);
+  deleter.statement->Run();
+  return deleter.statement->affected() != 0;
 }
 
 void TableState::List(const std::string& what, const std::string& row) {

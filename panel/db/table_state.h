@@ -98,9 +98,13 @@ class TableState {
   void TakeRow();
   void StandOnFoundRow();
 
+  bool DeleteByNumber(const Match& match);
+
   void RequireRow() const;
   void RequireStorable() const;
   void Insert();
+  void Gather(Gathering& gathering);
+  void InsertGathered();
   std::unique_ptr<Statement> PrepareInsert();
   void LearnKey();
   void Update();
@@ -121,6 +125,7 @@ class TableState {
   std::unique_ptr<Statement> insert_;
   std::map<std::uint64_t, std::unique_ptr<Statement>> updates_;  // by the columns that they set
   std::map<std::string, Finder> finders_;                        // by the columns that they compare
+  std::map<std::string, Finder> deleters_;                       // by the column that they compare
 };
 
 }  // namespace panel::db

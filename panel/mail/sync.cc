@@ -7,14 +7,15 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <unordered_map>
 #include <unordered_set>
 
+#include "host/email.h"
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/str.h"
 #include "panel/conf/disk_file.h"
 #include "panel/conf/narrowed_walk.h"
+#include "panel/db/database.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/responder_folder.h"
@@ -38,21 +39,25 @@ bool IsChanged(const std::string& path) {
   return zeb_db::FileIsChanged(path, stamp);
 }
 
-/// What the tables say that the back-end does not tell. Names are in lower case here, for Postfix
-/// looks them up that way.
+/// The address with its domain in lower case, as the panel has domains.
+std::string WithPlainDomain(std::string_view address) {
+  const std::size_t domain = address.rfind('@') + 1;
+  return std::string(address.substr(0, domain)) + LowerCase(std::string(address.substr(domain)));
+}
+
+/// What the tables say that the back-end does not tell.
 class Hints {
  public:
   Hints(const std::string& virtual_users, const std::string& aliases)
-      : text_(LowerCase(conf::ReadWholeFile(virtual_users).bytes)) {
+      : text_(conf::ReadWholeFile(virtual_users).bytes),
+        entries_text_(conf::ReadWholeFile(aliases).bytes) {
     ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
       ++lines_;
-      const std::string_view own = targets.empty() ? std::string_view() : targets.front();
-      if (!own_targets_.try_emplace(key, own).second) return;
       for (const std::string_view target : targets) {
+        if (target == kDiscard) discarding_.insert(WithPlainDomain(key));
         if (target != key && target.find('@') != std::string_view::npos) led_to_.insert(target);
       }
     });
-    entries_text_ = LowerCase(conf::ReadWholeFile(aliases).bytes);
     ForEachTableLine(entries_text_, [this](std::string_view key, const auto&) {
       entries_.insert(key.substr(0, key.find(':')));
     });
@@ -60,26 +65,28 @@ class Hints {
 
   std::size_t lines() const noexcept { return lines_; }
 
-  /// Whether another line leads to the mailbox.
-  bool IsLedTo(const std::string& address) const { return led_to_.contains(LowerCase(address)); }
+  /// The addresses that are targets of other lines.
+  const std::unordered_set<std::string_view>& led_to() const noexcept { return led_to_; }
 
-  /// Whether the aliases have an entry for the mailbox.
+  /// The names of the entries of the aliases.
+  const std::unordered_set<std::string_view>& entries() const noexcept { return entries_; }
+
   bool HasEntry(const std::string& address) const {
-    return entries_.contains(LowerCase(str::Replace(address, "@", "+")));
+    return entries_.contains(str::Replace(address, "@", "+"));
   }
 
-  bool IsDiscarding(const std::string& address) const {
-    const auto found = own_targets_.find(LowerCase(address));
-    return found != own_targets_.end() && found->second == kDiscard;
-  }
+  /// The keys of the lines that discard what comes.
+  const std::unordered_set<std::string>& discarding() const noexcept { return discarding_; }
+
+  bool IsDiscarding(const std::string& address) const { return discarding_.contains(address); }
 
  private:
   std::string text_;
+  std::string entries_text_;
   std::size_t lines_ = 0;
   std::unordered_set<std::string_view> led_to_;
-  std::unordered_map<std::string_view, std::string_view> own_targets_;
-  std::string entries_text_;
   std::unordered_set<std::string_view> entries_;
+  std::unordered_set<std::string> discarding_;
 };
 
 /// A mailbox as the passes have left it.
@@ -90,12 +97,14 @@ struct Found {
   bool drop_mail;
 };
 
-std::vector<Found> ListMailboxes() {
+/// The mailboxes for which the condition holds.
+std::vector<Found> ListMailboxes(const std::string& condition) {
   std::vector<Found> mailboxes;
   zeb_db::EmailTable row;
   fen_db::Result rows = zeb_db::GetCache().Query(
       "SELECT email.id, email.name, email_domain.name, email.active, email.dropmail FROM email"
-      " JOIN email_domain ON email_domain.id = email.domain ORDER BY email.id");
+      " JOIN email_domain ON email_domain.id = email.domain WHERE " +
+      condition + " ORDER BY email.id");
   for (; !rows.Eof(); rows.Next()) {
     row.active.Read(rows.Str(3));
     row.dropmail.Read(rows.Str(4));
@@ -116,21 +125,41 @@ void ForKeys(const std::vector<Key>& keys, const std::string& statement) {
   }
 }
 
-/// Has the back-end read the aliases and forwards of each mailbox that may have some or that had
-/// some. It walks over the whole table each time, so it is told which lines there are to see.
-void CacheAliases(const Hints& hints, const std::string& table) {
-  std::unordered_set<std::string> had_some;
-  for (const char* rows : {"email_alias", "email_forward"}) {
-    for (const std::string& key : Column(std::string("SELECT DISTINCT email FROM ") + rows)) {
-      had_some.insert(key);
+void CacheMailboxes(const Hints& hints, const ShowProgress& progress) {
+  const SyncPass pass(progress, hints.lines());
+  db::GatheredInserts inserts("email");
+  BackEnd().CacheEmails();
+  inserts.Finish();
+}
+
+/// The mailboxes that may have aliases or forwards in the tables, or have some in the database.
+std::set<Key> MailboxesToRead(const Hints& hints) {
+  std::set<Key> keys;
+  std::shared_ptr<zeb_db::EmailTable> mailbox;
+  std::shared_ptr<zeb_db::EmailDomainTable> domain;
+  const auto add = [&](const std::string& address) {
+    if (email::FindByEmailName(address, mailbox, domain)) keys.insert(mailbox->id);
+  };
+  for (const std::string_view address : hints.led_to()) add(std::string(address));
+  for (const std::string_view entry : hints.entries()) {
+    for (std::size_t plus = entry.find('+'); plus != entry.npos; plus = entry.find('+', plus + 1)) {
+      add(std::string(entry.substr(0, plus)) + "@" + std::string(entry.substr(plus + 1)));
     }
   }
-  for (const Found& found : ListMailboxes()) {
-    const std::string key = std::to_string(found.key);
-    const bool may_have_some = hints.IsLedTo(found.address) || hints.HasEntry(found.address);
-    if (!may_have_some && !had_some.contains(key)) continue;
-    MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(key);
-    const conf::NarrowedWalk narrowed(table, found.address);
+  for (const char* rows : {"email_alias", "email_forward"}) {
+    for (const std::string& key : Column(std::string("SELECT DISTINCT email FROM ") + rows)) {
+      keys.insert(std::stoll(key));
+    }
+  }
+  return keys;
+}
+
+/// Has the back-end read the aliases and forwards of mailboxes. It walks over the whole table for
+/// each, so it is told which lines there are to see.
+void CacheAliases(const Hints& hints, const std::string& table) {
+  for (const Key key : MailboxesToRead(hints)) {
+    MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(std::to_string(key));
+    const conf::NarrowedWalk narrowed(table, AddressOf(mailbox));
     BackEnd().CacheAliases(mailbox);
   }
 }
@@ -176,14 +205,19 @@ void SettleAliases() {
   ForKeys(aliases, "DELETE FROM email WHERE id IN (?)");
 }
 
-/// The own target of a suspended mailbox tells nothing.
-void SettleDropMail(const Hints& hints, const std::vector<Found>& mailboxes) {
-  std::vector<Key> to_drop;
+/// A mailbox keeps no mail when its own target discards it. That of a suspended one tells nothing.
+void SettleDropMail(const Hints& hints) {
   std::vector<Key> to_keep;
-  for (const Found& mailbox : mailboxes) {
-    const bool discards = hints.IsDiscarding(mailbox.address);
-    if (!mailbox.active || mailbox.drop_mail == discards) continue;
-    (discards ? to_drop : to_keep).push_back(mailbox.key);
+  for (const Found& mailbox : ListMailboxes("email.active AND email.dropmail")) {
+    if (!hints.IsDiscarding(mailbox.address)) to_keep.push_back(mailbox.key);
+  }
+  std::vector<Key> to_drop;
+  auto mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>();
+  auto domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  for (const std::string& address : hints.discarding()) {
+    const bool is_kept =
+        email::FindByEmailName(address, mailbox, domain) && mailbox->active && !mailbox->dropmail;
+    if (is_kept) to_drop.push_back(mailbox->id);
   }
   ForKeys(to_drop, "UPDATE email SET dropmail = true WHERE id IN (?)");
   ForKeys(to_keep, "UPDATE email SET dropmail = false WHERE id IN (?)");
@@ -198,34 +232,31 @@ void SettleForwards() {
 }
 
 /// A responder that is not in the aliases is off, and has no row then.
-void SettleResponders(const Hints& hints, const std::vector<Found>& mailboxes) {
+void SettleResponders(const Hints& hints) {
   for (const std::string& key : Column("SELECT id FROM email_responder")) {
     auto responder = zeb_db::GetCache().Get<zeb_db::EmailResponderTable>(key);
-    const auto mailbox =
-        std::find_if(mailboxes.begin(), mailboxes.end(),
-                     [&responder](const Found& found) { return found.key == responder->email; });
-    const bool has_entry = mailbox != mailboxes.end() && hints.HasEntry(mailbox->address);
+    auto mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(responder->email.Str());
+    const bool has_entry = hints.HasEntry(AddressOf(mailbox));
     if (has_entry) BackEnd().GetResponder(responder);
-    if (has_entry && responder->active) continue;
-    responder->Delete();
+    if (!has_entry || !responder->active) responder->Delete();
   }
 }
 
 void Settle(const Hints& hints) {
   SettleAliases();
   SettleForwards();
-  const std::vector<Found> mailboxes = ListMailboxes();
-  SettleDropMail(hints, mailboxes);
-  SettleResponders(hints, mailboxes);
+  SettleDropMail(hints);
+  SettleResponders(hints);
 }
 
 /// A slip, such as a table that was emptied, must not empty the panel.
 void RequireNoMassDelete(const std::vector<SyncResult>& results) {
   constexpr std::size_t kFew = 10;
   for (const SyncResult& result : results) {
-    if (result.kind != "domains" && result.kind != "mailboxes") continue;
+    const bool is_guarded = result.kind == "domains" || result.kind == "mailboxes";
+    if (!is_guarded || result.removed <= kFew) continue;
     const std::size_t before = SyncDifferences::CountBefore(result.kind);
-    if (result.removed <= kFew || result.removed * 2 <= before) continue;
+    if (result.removed * 2 <= before) continue;
     throw fen_err::Error("mass_delete", result.kind,
                          std::to_string(result.removed) + " of " + std::to_string(before) +
                              " would be deleted; if that is right, use --allow-mass-delete");
@@ -235,17 +266,18 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
 }  // namespace
 
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
-  const SyncDifferences differences;
   const std::string virtual_users = TablePath("virtusertable");
   const std::string aliases = TablePath("aliases");
   const bool users_changed = IsChanged(virtual_users);
   const bool aliases_changed = IsChanged(aliases);
+  const SyncDifferences differences(users_changed || aliases_changed
+                                        ? SyncDifferences::Of::kEverything
+                                        : SyncDifferences::Of::kSenderLists);
 
   BackEnd().CacheDomains();
   if (users_changed || aliases_changed) {
     const Hints hints(virtual_users, aliases);
-    const SyncProgress progress(options.progress, hints.lines());
-    BackEnd().CacheEmails();
+    CacheMailboxes(hints, options.progress);
     CacheAliases(hints, virtual_users);
     Settle(hints);
   }

@@ -27,7 +27,7 @@
 #include <string>
 #include <vector>
 
-#include "panel/mail/sync_progress.h"
+#include "panel/mail/sync_pass.h"
 
 namespace panel::mail {
 
@@ -37,12 +37,12 @@ struct SyncResult {
   std::size_t added = 0;
   std::size_t changed = 0;
   std::size_t removed = 0;
-  std::vector<std::string> first;  ///< the first of each, such as "added info@example.org"
+  std::vector<std::string> first;  ///< some of each, such as "added info@example.org"
 };
 
 struct SyncOptions {
   bool allow_mass_delete = false;
-  SyncProgress::Show progress;
+  ShowProgress progress;
 };
 
 /// Runs inside Panel::Change or Panel::Rehearse. Returns a result for each kind.

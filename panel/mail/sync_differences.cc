@@ -16,6 +16,7 @@ namespace {
 struct Kind {
   const char* name;
   std::string query;
+  bool is_sender_list = false;
 };
 
 const std::array<Kind, 6>& Kinds() {
@@ -34,10 +35,14 @@ const std::array<Kind, 6>& Kinds() {
       {"forwards", "SELECT email_forward.name" + of_mailbox +
                        " FROM email_forward JOIN email ON email.id = email_forward.email" +
                        domains},
-      {"whitelist", "SELECT name, '' AS state FROM email_whitelist"},
-      {"blacklist", "SELECT name, '' AS state FROM email_blacklist"},
+      {"whitelist", "SELECT name, '' AS state FROM email_whitelist", true},
+      {"blacklist", "SELECT name, '' AS state FROM email_blacklist", true},
   }};
   return kinds;
+}
+
+bool IsNoted(const Kind& kind, SyncDifferences::Of what) {
+  return kind.is_sender_list || what == SyncDifferences::Of::kEverything;
 }
 
 std::string Before(const std::string& kind) {
@@ -48,11 +53,11 @@ std::size_t Count(const std::string& source) {
   return static_cast<std::size_t>(zeb_db::GetCache().Query("SELECT count(*) FROM " + source).Int());
 }
 
-/// Counts the names that `query` gives, and puts the first of them into the result.
+/// Counts the names that `query` gives, and puts some of them into the result.
 std::size_t Gather(const std::string& query, const std::string& what, SyncResult& result) {
   const std::size_t count = Count("(" + query + ") AS names");
   if (count == 0) return 0;
-  for (const std::string& name : Column(query + " ORDER BY 1 LIMIT 10")) {
+  for (const std::string& name : Column(query + " LIMIT 10")) {
     result.first.push_back(what + " " + name);
   }
   return count;
@@ -63,10 +68,13 @@ SyncResult CompareKind(const Kind& kind) {
   result.kind = kind.name;
   const std::string now = "(" + kind.query + ") AS now";
   const std::string before = Before(kind.name) + " AS old";
+  if (Count(before) == 0) {
+    result.added = Gather("SELECT now.name FROM " + now, "added", result);
+    return result;
+  }
   result.added = Gather("SELECT now.name FROM " + now + " LEFT JOIN " + before +
                             " ON old.name = now.name WHERE old.name IS NULL",
                         "added", result);
-  if (Count(before) == 0) return result;
   result.changed = Gather("SELECT now.name FROM " + now + " JOIN " + before +
                               " ON old.name = now.name WHERE old.state <> now.state",
                           "changed", result);
@@ -78,8 +86,9 @@ SyncResult CompareKind(const Kind& kind) {
 
 }  // namespace
 
-SyncDifferences::SyncDifferences() {
+SyncDifferences::SyncDifferences(Of what) : what_(what) {
   for (const Kind& kind : Kinds()) {
+    if (!IsNoted(kind, what)) continue;
     const std::string table = Before(kind.name);
     zeb_db::GetCache().Query("DROP TABLE IF EXISTS " + table);
     zeb_db::GetCache().Query("CREATE TEMPORARY TABLE " + table + " AS " + kind.query);
@@ -89,7 +98,11 @@ SyncDifferences::SyncDifferences() {
 
 std::vector<SyncResult> SyncDifferences::Compare() const {
   std::vector<SyncResult> results;
-  for (const Kind& kind : Kinds()) results.push_back(CompareKind(kind));
+  for (const Kind& kind : Kinds()) {
+    SyncResult nothing;
+    nothing.kind = kind.name;
+    results.push_back(IsNoted(kind, what_) ? CompareKind(kind) : nothing);
+  }
   return results;
 }
 

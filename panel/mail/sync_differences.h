@@ -16,14 +16,19 @@ namespace panel::mail {
 
 class SyncDifferences {
  public:
-  /// Notes what the database says now. Lives within one transaction.
-  SyncDifferences();
+  /// Notes what the database says now of everything, or of the sender lists alone. Lives within one
+  /// transaction.
+  enum class Of { kEverything, kSenderLists };
+  explicit SyncDifferences(Of what);
 
-  /// What is different now.
+  /// What is different now; nothing is of what was not noted.
   std::vector<SyncResult> Compare() const;
 
   /// How many things of the kind there were before.
   static std::size_t CountBefore(const std::string& kind);
+
+ private:
+  Of what_;
 };
 
 }  // namespace panel::mail

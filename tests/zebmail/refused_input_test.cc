@@ -14,7 +14,7 @@ namespace {
 using Words = std::vector<std::string>;
 
 struct Case {
-  const char* name;
+  std::string name;
   Words words;
   std::string errors;
   std::string input{};
@@ -315,7 +315,7 @@ TEST(RefusedInput, MailboxesThatDoNotExist) {
         Words{"forward", "remove", "a@example.org", "x@example.net"},
         Words{"forward", "list", "a@example.org"}, Words{"responder", "on", "a@example.org"},
         Words{"responder", "off", "a@example.org"}, Words{"responder", "show", "a@example.org"}}) {
-    cases.push_back({words[1].c_str(), words, "zebmail: missing: mailbox: a@example.org\n"});
+    cases.push_back({words[1], words, "zebmail: missing: mailbox: a@example.org\n"});
   }
   ExpectRefused(panel, cases);
 }

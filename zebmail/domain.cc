@@ -17,15 +17,6 @@ namespace {
 using panel::mail::DomainSettings;
 using panel::mail::MailModule;
 
-/// What is wrong with `text` as a number; without this, "010" would be read as 8.
-std::string WholeNumber(const std::string& text) {
-  constexpr std::size_t kLongest = 18;
-  const bool is_number = !text.empty() && text.size() <= kLongest &&
-                         text.find_first_not_of("0123456789") == std::string::npos &&
-                         (text == "0" || text.front() != '0');
-  return is_number ? "" : "\"" + text + "\" is not a whole number";
-}
-
 /// The options that say what a domain is to be like, and where their values go.
 void AddSettings(CLI::App& command, DomainSettings& settings) {
   command.add_option("--default-action", settings.default_action,

@@ -21,6 +21,15 @@ CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string&
   return command;
 }
 
+/// Without this, "010" would be read as 8.
+std::string WholeNumber(const std::string& text) {
+  constexpr std::size_t kLongest = 18;
+  const bool is_number = !text.empty() && text.size() <= kLongest &&
+                         text.find_first_not_of("0123456789") == std::string::npos &&
+                         (text == "0" || text.front() != '0');
+  return is_number ? "" : "\"" + text + "\" is not a whole number";
+}
+
 /// The parser takes a word in brackets for a list of words and hands on its parts.
 void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
               const std::string& help, std::vector<std::string>& words) {

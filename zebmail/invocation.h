@@ -41,6 +41,9 @@ CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string&
 void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
               const std::string& help, std::vector<std::string>& words);
 
+/// What is wrong with `text` as a number that is not negative; empty when it is one.
+std::string WholeNumber(const std::string& text);
+
 /// Each adds its group of commands to `app`. Their actions refer to `invocation`, which must
 /// outlive them.
 void AddInit(CLI::App& app, Invocation& invocation);
@@ -49,6 +52,7 @@ void AddMailbox(CLI::App& app, Invocation& invocation);
 void AddAliasAndForward(CLI::App& app, Invocation& invocation);
 void AddResponder(CLI::App& app, Invocation& invocation);
 void AddSenderLists(CLI::App& app, Invocation& invocation);
+void AddWebDomains(CLI::App& app, Invocation& invocation);
 void AddSync(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 

@@ -102,6 +102,7 @@ Status Run(int argc, char** argv) {
   AddAliasAndForward(app, invocation);
   AddResponder(app, invocation);
   AddSenderLists(app, invocation);
+  AddWebDomains(app, invocation);
   AddSync(app, invocation);
   AddCheck(app, invocation);
 

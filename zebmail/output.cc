@@ -59,28 +59,8 @@ std::size_t Width(const std::string& text) {
   }));
 }
 
-using Row = std::vector<std::string>;
-
 std::string OrDash(const std::string& text) {
   return text.empty() ? "-" : text;
-}
-
-/// `rows` with the columns two blanks apart and no blanks at the ends of lines.
-std::string Align(const std::vector<Row>& rows) {
-  std::vector<std::size_t> widths(rows.front().size());
-  for (const Row& row : rows) {
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      widths[column] = std::max(widths[column], Width(row[column]));
-    }
-  }
-  std::string text;
-  for (const Row& row : rows) {
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
-    }
-    text += row.back() + "\n";
-  }
-  return text;
 }
 
 std::string State(bool active) {
@@ -193,6 +173,23 @@ std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes) {
                     OrDash(OneLine(Joined(mailbox.forwards)))});
   }
   return Align(rows);
+}
+
+std::string Align(const std::vector<Row>& rows) {
+  std::vector<std::size_t> widths(rows.front().size());
+  for (const Row& row : rows) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      widths[column] = std::max(widths[column], Width(row[column]));
+    }
+  }
+  std::string text;
+  for (const Row& row : rows) {
+    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
+      text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
+    }
+    text += row.back() + "\n";
+  }
+  return text;
 }
 
 std::string ToLines(const std::vector<std::string>& names) {

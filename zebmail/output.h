@@ -68,6 +68,12 @@ std::string ToText(const panel::mail::Responder& responder);
 std::string ToTable(const std::vector<panel::mail::Domain>& domains);
 std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes);
 
+/// The cells of a table, row by row; the first row holds the headings.
+using Row = std::vector<std::string>;
+
+/// `rows` with the columns two blanks apart and no blanks at the ends of lines.
+std::string Align(const std::vector<Row>& rows);
+
 /// One line each.
 std::string ToLines(const std::vector<std::string>& names);
 

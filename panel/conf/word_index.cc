@@ -22,7 +22,8 @@ template <class Visit>
 void ForEachWord(std::string_view line, const Visit& visit) {
   std::size_t begin = 0;
   for (std::size_t place = 0; place <= line.size(); ++place) {
-    const bool ends = place == line.size() || kSeparators.find(line[place]) != kSeparators.npos;
+    const bool ends =
+        place == line.size() || kSeparators.find(line[place]) != std::string_view::npos;
     if (!ends) continue;
     if (place > begin) visit(line.substr(begin, place - begin));
     begin = place + 1;

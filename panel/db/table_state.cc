@@ -373,7 +373,8 @@ bool TableState::DeleteByNumber(const Match& match) {
     deleter.numbers.resize(1);
     deleter.statement = std::make_unique<Statement>(
         *connection_, "DELETE FROM " + table_ + " WHERE " + match.column + " = " + Placeholder(0),
-        std::vector<Statement::Variable>{&deleter.numbers[0]}, std::vector<Statement::Variable>{});
+        std::vector<Statement::Variable>{deleter.numbers.data()},
+        std::vector<Statement::Variable>{});
   }
   deleter.numbers[0] = std::get<std::int64_t>(match.value);
   deleter.statement->Run();

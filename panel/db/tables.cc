@@ -8,6 +8,7 @@
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
 #include "panel/db/responder_text.h"
+#include "panel/db/web_domain.h"
 
 namespace zeb_db {
 
@@ -60,6 +61,9 @@ ResponderTextTable::ResponderTextTable()
       subject(*this, "subject"),
       body(*this, "body") {}
 
+WebDomainTable::WebDomainTable()
+    : CustomTable("domain"), id(*this, "id"), name(*this, "name"), users(*this, "users") {}
+
 namespace {
 
 using Table = std::unique_ptr<fen_db::CustomTable>;
@@ -75,8 +79,8 @@ struct TableClass {
   Table (*make)();
 };
 
-const std::array<TableClass, 8>& Classes() {
-  static const std::array<TableClass, 8> classes = {{
+const std::array<TableClass, 9>& Classes() {
+  static const std::array<TableClass, 9> classes = {{
       {typeid(zeb_db::EmailDomainTable).name(), "email_domain", &Make<zeb_db::EmailDomainTable>},
       {typeid(zeb_db::EmailTable).name(), "email", &Make<zeb_db::EmailTable>},
       {typeid(zeb_db::EmailAliasTable).name(), "email_alias", &Make<zeb_db::EmailAliasTable>},
@@ -86,6 +90,7 @@ const std::array<TableClass, 8>& Classes() {
       {typeid(zeb_db::EmailWhitelist).name(), "email_whitelist", &Make<zeb_db::EmailWhitelist>},
       {typeid(zeb_db::EmailBlacklist).name(), "email_blacklist", &Make<zeb_db::EmailBlacklist>},
       {typeid(ResponderTextTable).name(), "responder_text", &Make<ResponderTextTable>},
+      {typeid(WebDomainTable).name(), "domain", &Make<WebDomainTable>},
   }};
   return classes;
 }

@@ -142,9 +142,6 @@ class MailModule {
   /// gets the new text and still answers each sender once a week.
   void SwitchResponderOn(const std::string& address, const ResponderSettings& settings);
 
-  /// Sets what a responder that is off will say.
-  void WriteResponderText(const std::string& address, const ResponderSettings& settings);
-
   /// Ends the answering; the text is kept for the next time.
   void SwitchResponderOff(const std::string& address);
 

@@ -37,7 +37,7 @@ std::string DeleteRow(const zeb_db::EmailTable& mailbox, const std::string& what
   if (!Has(*row, mailbox, given) && !Has(*row, mailbox, checked(given))) {
     throw fen_err::Error("missing", what, given);
   }
-  const std::string name = row->name.Str();
+  std::string name = row->name.Str();
   row->Delete();
   return name;
 }

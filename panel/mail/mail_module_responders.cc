@@ -12,11 +12,6 @@
 namespace panel::mail {
 namespace {
 
-void CheckSettings(const ResponderSettings& settings) {
-  if (settings.subject) CheckSubject(*settings.subject);
-  if (settings.text) CheckText(*settings.text);
-}
-
 void WriteText(const zeb_db::EmailTable& mailbox, const ResponderSettings& settings) {
   const auto row = TextOf(mailbox);
   if (settings.subject) row->subject = *settings.subject;
@@ -38,13 +33,9 @@ bool SwitchOn(zeb_db::EmailResponderTable& row, const zeb_db::EmailTable& mailbo
 
 }  // namespace
 
-void MailModule::WriteResponderText(const std::string& address, const ResponderSettings& settings) {
-  CheckSettings(settings);
-  WriteText(*FindMailbox(address), settings);
-}
-
 void MailModule::SwitchResponderOn(const std::string& address, const ResponderSettings& settings) {
-  CheckSettings(settings);
+  if (settings.subject) CheckSubject(*settings.subject);
+  if (settings.text) CheckText(*settings.text);
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
   RequireOwnLines(mailbox);

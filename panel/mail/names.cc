@@ -42,7 +42,7 @@ MailboxName CheckedMailbox(const std::string& text) {
 }
 
 std::string CheckedAlias(const std::string& text, const std::string& domain) {
-  const std::string local = LowerCase(text);
+  std::string local = LowerCase(text);
   const bool is_local_part =
       local.find('@') == std::string::npos && test::Const<test::Email>(local + "@" + domain);
   if (!is_local_part) Refuse("alias", text, "is not the local part of an address");

@@ -9,6 +9,8 @@
 #include <tuple>
 #include <utility>
 
+#include "host/fen_cf.h"
+#include "host/zeb_db.h"
 #include "panel/conf/pending.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
@@ -83,6 +85,19 @@ void RequireDatabase(const std::string& url) {
       "put the panel's database back in place, or make a new one with zebmail init");
 }
 
+/// A table that is gone must not come back with no more than the next change puts into it. Those
+/// whose paths the modules set by default are known once the modules are set up.
+void RequireTables() {
+  if (zeb_db::GetCache().Query("SELECT id FROM email_domain LIMIT 1").Eof()) return;
+  for (const char* table : {"virtusertable", "localhostnames", "accessdb", "aliases"}) {
+    const std::string path = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-" + table);
+    if (path.empty() || std::filesystem::exists(path)) continue;
+    throw fen_err::Error("missing", path,
+                         "put the table back in place; if it is to be begun anew, make an empty "
+                         "file, run zebmail sync and create what is missing");
+  }
+}
+
 /// Runs `step` and returns how it failed, if it did.
 std::optional<fen_err::Error> FailureOf(const std::function<void()>& step) {
   try {
@@ -145,7 +160,9 @@ Panel::Panel(const Config& config, Notices notices)
 }
 
 void Panel::Change(const std::function<void()>& work) {
+  RequireTables();
   SetUpModules();
+  RequireTables();
   MakeUpPendingWork();
   db::Transaction transaction(*database_, db::Transaction::Changes::kUnlisted);
   conf::Operation operation(conf::Operation::Mode::kBatch);
@@ -158,7 +175,9 @@ Rehearsal Panel::Rehearse(const std::function<void()>& work, bool list_rows) {
   using Changes = db::Transaction::Changes;
   const db::Transaction transaction(*database_, list_rows ? Changes::kListed : Changes::kUnlisted);
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
+  RequireTables();
   RehearseModules(rehearsal);
+  RequireTables();
   const CollectedSteps forgotten;
   work();
   rehearsal.RunActions();

@@ -220,5 +220,26 @@ TEST(TableFile, ThatCannotBeReadFailsTheChangeAsAWhole) {
   EXPECT_EQ(panel.Do({"domain", "list"}), "");
 }
 
+/// A change would make it anew with its own line alone, and the mail of all others would be lost.
+TEST(MissingTable, IsNotMadeAnewWhileThePanelHasDomains) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  for (const std::string table : {"virtusertable", "local-host-names", "access", "aliases"}) {
+    SCOPED_TRACE(table);
+    const std::string path = panel.Path("panel/mail/" + table);
+    std::filesystem::rename(path, path + ".away");
+
+    const CommandRun run = panel.Run({"domain", "create", "a.example"});
+
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "zebmail: missing: " + path +
+                              ": put the table back in place; if it is to be begun anew, make an "
+                              "empty file, run zebmail sync and create what is missing\n");
+    EXPECT_FALSE(std::filesystem::exists(path));
+    std::filesystem::rename(path + ".away", path);
+  }
+  EXPECT_EQ(panel.Do({"domain", "create", "a.example"}), "a.example: created\n");
+}
+
 }  // namespace
 }  // namespace zebmail_test

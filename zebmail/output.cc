@@ -71,18 +71,6 @@ std::string Flag(const std::string& name, bool value) {
   return name + ": " + (value ? "true" : "false") + "\n";
 }
 
-Json RehearsalAsJson(const panel::mail::Rehearsal& rehearsal) {
-  Json document = {{"files", Json::array()}, {"rows", Json::array()}, {"tools", rehearsal.tools}};
-  for (const auto& file : rehearsal.files) {
-    document["files"].push_back(
-        {{"path", file.path}, {"diff", UnifiedDiff(file.path, file.before, file.after)}});
-  }
-  for (const auto& row : rehearsal.rows) {
-    document["rows"].push_back({{"table", row.table}, {"what", row.what}, {"row", row.row}});
-  }
-  return document;
-}
-
 }  // namespace
 
 void PrintJson(const Json& document) {
@@ -198,8 +186,20 @@ std::string ToLines(const std::vector<std::string>& names) {
   return text;
 }
 
+Json ToJson(const panel::mail::Rehearsal& rehearsal) {
+  Json document = {{"files", Json::array()}, {"rows", Json::array()}, {"tools", rehearsal.tools}};
+  for (const auto& file : rehearsal.files) {
+    document["files"].push_back(
+        {{"path", file.path}, {"diff", UnifiedDiff(file.path, file.before, file.after)}});
+  }
+  for (const auto& row : rehearsal.rows) {
+    document["rows"].push_back({{"table", row.table}, {"what", row.what}, {"row", row.row}});
+  }
+  return document;
+}
+
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal) {
-  if (invocation.json) return PrintJson(RehearsalAsJson(rehearsal));
+  if (invocation.json) return PrintJson(ToJson(rehearsal));
   std::string text;
   for (const auto& file : rehearsal.files) {
     text += UnifiedDiff(file.path, file.before, file.after);

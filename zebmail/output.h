@@ -77,8 +77,10 @@ std::string Align(const std::vector<Row>& rows);
 /// One line each.
 std::string ToLines(const std::vector<std::string>& names);
 
-/// Prints what a change would do: a unified diff of each table file, the rows, the tools. As JSON
-/// {files: [{path, diff}], rows: [{table, what, row}], tools: []}.
+/// What a change would do as {files: [{path, diff}], rows: [{table, what, row}], tools: []}.
+Json ToJson(const panel::mail::Rehearsal& rehearsal);
+
+/// Prints what a change would do: a unified diff of each table file, the rows, the tools.
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal);
 
 /// Prints "zebmail: TYPE: OBJECT: VALUE". A tool's output of several lines stands below it, and

@@ -3,8 +3,8 @@
 ///
 /// WHAT IT PRINTS
 ///   A line for each kind of thing: how many were added, changed and removed; in a dry run the
-///   first of them as well, and the changes of the tables. With --json an object for each kind. On
-///   a terminal it shows how far it is.
+///   first of them as well, and the changes of the tables. With --json an object for each kind, in
+///   a dry run as the "summary" of what it shows. On a terminal it shows how far it is.
 
 #include "panel/mail/sync.h"
 
@@ -46,6 +46,18 @@ std::string AsText(const Results& results, bool with_first) {
   return text;
 }
 
+void PrintDryRun(const Invocation& invocation, const Results& results,
+                 const panel::mail::Rehearsal& rehearsal) {
+  if (invocation.json) {
+    Json document = ToJson(rehearsal);
+    document["summary"] = AsJson(results);
+    PrintJson(document);
+  } else {
+    std::cout << AsText(results, true);
+    PrintRehearsal(invocation, rehearsal);
+  }
+}
+
 /// Draws a bar on standard error, when that is a terminal.
 panel::mail::ShowProgress ProgressBar(const Invocation& invocation) {
   if (invocation.quiet || isatty(STDERR_FILENO) == 0) return {};
@@ -65,8 +77,7 @@ Status Sync(const Invocation& invocation, bool allow_mass_delete) {
   };
   if (invocation.dry_run) {
     const panel::mail::Rehearsal rehearsal = panel.Rehearse(work, false);
-    if (!invocation.json) std::cout << AsText(results, true);
-    PrintRehearsal(invocation, rehearsal);
+    PrintDryRun(invocation, results, rehearsal);
     return kDone;
   }
   panel.Change(work);

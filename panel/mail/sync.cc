@@ -4,6 +4,7 @@
 #include "panel/mail/sync.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -39,6 +40,14 @@ bool IsChanged(const std::string& path) {
   return zeb_db::FileIsChanged(path, stamp);
 }
 
+/// The aliases of an alias are found only when its line is read as a mailbox again, so a change of
+/// the one file has the other read too.
+void ForgetStamp(const std::string& path) {
+  const std::string whole = std::filesystem::absolute(path).lexically_normal();
+  zeb_db::GetCache().Query("DELETE FROM file_stamp WHERE path = " +
+                           fen_db::Cache::EscapeValue(whole));
+}
+
 /// The address with its domain in lower case, as the panel has domains.
 std::string WithPlainDomain(std::string_view address) {
   const std::size_t domain = address.rfind('@') + 1;
@@ -53,14 +62,15 @@ class Hints {
         entries_text_(conf::ReadWholeFile(aliases).bytes) {
     ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
       ++lines_;
+      if (Discards(targets)) discarding_.insert(WithPlainDomain(key));
       for (const std::string_view target : targets) {
-        if (target == kDiscard) discarding_.insert(WithPlainDomain(key));
         if (target != key && target.find('@') != std::string_view::npos) led_to_.insert(target);
       }
     });
     ForEachTableLine(entries_text_, [this](std::string_view key, const auto&) {
       entries_.insert(key.substr(0, key.find(':')));
     });
+    KeepFirstLines();
   }
 
   std::size_t lines() const noexcept { return lines_; }
@@ -81,6 +91,21 @@ class Hints {
   bool IsDiscarding(const std::string& address) const { return discarding_.contains(address); }
 
  private:
+  static bool Discards(const std::vector<std::string_view>& targets) {
+    return !targets.empty() && targets.front() == kDiscard;
+  }
+
+  /// Of several lines with one key the first counts.
+  void KeepFirstLines() {
+    if (discarding_.empty()) return;
+    std::unordered_set<std::string> seen;
+    ForEachTableLine(text_, [&](std::string_view key, const auto& targets) {
+      const std::string address = WithPlainDomain(key);
+      if (!discarding_.contains(address) || !seen.insert(address).second) return;
+      if (!Discards(targets)) discarding_.erase(address);
+    });
+  }
+
   std::string text_;
   std::string entries_text_;
   std::size_t lines_ = 0;
@@ -175,15 +200,17 @@ std::map<Key, Key> ListAliasesOfMailboxes() {
   return leads_to;
 }
 
-/// The mailbox at the end of the way from `start`; none when the way is a circle.
+/// The mailbox at the end of the way from `start`: one that leads to no other, or the first of
+/// those that lead to each other in a circle. None when `start` is itself one of a circle.
 std::optional<Key> EndOfWay(const std::map<Key, Key>& leads_to, Key start) {
+  std::set<Key> passed;
   Key place = start;
-  for (std::size_t steps = 0; steps <= leads_to.size(); ++steps) {
-    const auto next = leads_to.find(place);
-    if (next == leads_to.end()) return place;
+  for (auto next = leads_to.find(place); next != leads_to.end(); next = leads_to.find(place)) {
+    if (!passed.insert(place).second) break;
     place = next->second;
   }
-  return std::nullopt;
+  if (place == start) return std::nullopt;
+  return place;
 }
 
 /// Takes the mailboxes away that are aliases. An alias of such a one becomes one of the mailbox to
@@ -196,11 +223,17 @@ void SettleAliases() {
   std::vector<Key> aliases;
   for (const auto& [alias, mailbox] : leads_to) {
     const std::optional<Key> end = EndOfWay(leads_to, alias);
-    if (!end) continue;
+    if (!end) {
+      zeb_db::GetCache().Query(
+          "DELETE FROM email_alias WHERE email = " + std::to_string(mailbox) +
+          " AND name = (SELECT name FROM email WHERE id = " + std::to_string(alias) + ")");
+      continue;
+    }
     aliases.push_back(alias);
     if (!targets.contains(alias)) continue;
-    zeb_db::GetCache().Query("UPDATE email_alias SET email = " + std::to_string(*end) +
-                             " WHERE email = " + std::to_string(alias));
+    zeb_db::GetCache().Query(
+        "INSERT INTO email_alias (name, email) SELECT name, " + std::to_string(*end) +
+        " FROM email_alias WHERE email = " + std::to_string(alias) + " ORDER BY id");
   }
   ForKeys(aliases, "DELETE FROM email WHERE id IN (?)");
 }
@@ -242,7 +275,13 @@ void SettleResponders(const Hints& hints) {
   }
 }
 
+/// A line whose target says nothing of an action gives none to a new domain.
+void SettleDefaultActions() {
+  zeb_db::GetCache().Query("UPDATE email_domain SET defaction = 'error' WHERE defaction = ''");
+}
+
 void Settle(const Hints& hints) {
+  SettleDefaultActions();
   SettleAliases();
   SettleForwards();
   SettleDropMail(hints);
@@ -268,14 +307,13 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   const std::string virtual_users = TablePath("virtusertable");
   const std::string aliases = TablePath("aliases");
-  const bool users_changed = IsChanged(virtual_users);
-  const bool aliases_changed = IsChanged(aliases);
-  const SyncDifferences differences(users_changed || aliases_changed
-                                        ? SyncDifferences::Of::kEverything
-                                        : SyncDifferences::Of::kSenderLists);
+  if (IsChanged(aliases)) ForgetStamp(virtual_users);
+  const bool is_changed = IsChanged(virtual_users);
+  const SyncDifferences differences(is_changed ? SyncDifferences::Of::kEverything
+                                               : SyncDifferences::Of::kSenderLists);
 
   BackEnd().CacheDomains();
-  if (users_changed || aliases_changed) {
+  if (is_changed) {
     const Hints hints(virtual_users, aliases);
     CacheMailboxes(hints, options.progress);
     CacheAliases(hints, virtual_users);

@@ -126,7 +126,7 @@ std::string ResponderTarget(std::int64_t mailbox) {
 CommandUser RequireAnswering() {
   RequireProgram(kVacation, "install the package vacation");
   RequireProgram(AnsweringProgram(), "install zebmail as a whole");
-  const CommandUser user = FindCommandUser();
+  CommandUser user = FindCommandUser();
   RequireWithinReach(AnsweringProgram(), user);
   RequireWithinReach(CurrentConfig().state_dir, user);
   return user;

@@ -167,7 +167,8 @@ std::set<Key> MailboxesToRead(const Hints& hints) {
   };
   for (const std::string_view address : hints.led_to()) add(std::string(address));
   for (const std::string_view entry : hints.entries()) {
-    for (std::size_t plus = entry.find('+'); plus != entry.npos; plus = entry.find('+', plus + 1)) {
+    for (std::size_t plus = entry.find('+'); plus != std::string_view::npos;
+         plus = entry.find('+', plus + 1)) {
       add(std::string(entry.substr(0, plus)) + "@" + std::string(entry.substr(plus + 1)));
     }
   }

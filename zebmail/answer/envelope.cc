@@ -14,7 +14,7 @@ namespace {
 /// field that Postfix puts above those of the sender.
 std::string Address(const char* variable, const MessageHeader& header, std::string_view field) {
   const char* const value = std::getenv(variable);
-  const std::string address = value == nullptr ? "" : value;
+  std::string address = value == nullptr ? "" : value;
   if (address.find('_') == std::string::npos) return address;
   const std::vector<std::string_view> values = header.Values(field);
   if (values.empty()) return address;

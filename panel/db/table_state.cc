@@ -258,6 +258,7 @@ void TableState::Gather(Gathering& gathering) {
     }
   }
   gathering.buffer->Add(std::move(row));
+  ++*generation_;
   Leave();
 }
 

@@ -2,6 +2,7 @@
 ///   db_rows_test - finding, storing and deleting rows through table objects
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -322,6 +323,75 @@ TEST_P(DatabaseRows, AreNotAllDeletedByAnEmptyCondition) {
       ErrorOf([&] { cache().Get<zeb_db::EmailDomainTable>()->DbDelete(""); });
   EXPECT_EQ(message.find("database: DELETE FROM email_domain WHERE (): "), 0U) << message;
   EXPECT_EQ(RowsOf("SELECT count(*) FROM email_domain"), "1\n");
+}
+
+TEST_P(DatabaseRows, AreFoundByAComparisonHoweverItIsWritten) {
+  const std::int64_t domain = AddDomain("example.org");
+  const std::string key = std::to_string(AddMailbox(domain, "info"));
+  AddMailbox(domain, "sales");
+  const auto mailbox = cache().Get<zeb_db::EmailTable>();
+  for (const std::string& condition :
+       {"id=" + key, "id = " + key, " id  =" + key + " ", "id= " + key}) {
+    EXPECT_TRUE(mailbox->DbFind(condition)) << condition;
+    EXPECT_EQ(mailbox->name.Str(), "info") << condition;
+  }
+  for (const std::string condition : {"id=99", "id = -1", "domain=0", "id = 9223372036854775807"}) {
+    EXPECT_FALSE(mailbox->DbFind(condition)) << condition;
+    EXPECT_TRUE(mailbox->Eof()) << condition;
+  }
+}
+
+TEST_P(DatabaseRows, AreFoundByWhatOnlyBeginsLikeAComparison) {
+  const std::int64_t domain = AddDomain("example.org");
+  AddMailbox(domain, "5");
+  const std::string key = std::to_string(AddMailbox(domain, "info"));
+  const auto mailbox = cache().Get<zeb_db::EmailTable>();
+  const std::vector<std::string> conditions = {
+      "id=" + key + "+0",      "id=" + key + " AND name='info'", "0=1 OR id = " + key,
+      "email.id=" + key,       "id=0 OR name = 'info'",          "id >= " + key,
+      "tag!=1 AND id = " + key};
+  for (const std::string& condition : conditions) {
+    EXPECT_TRUE(mailbox->DbFind(condition)) << condition;
+    EXPECT_EQ(mailbox->name.Str(), "info") << condition;
+  }
+}
+
+TEST_P(DatabaseRows, AreNotFoundByAComparisonWithAColumnThatIsNone) {
+  AddDomain("example.org");
+  const auto domain = cache().Get<zeb_db::EmailDomainTable>();
+  EXPECT_EQ(ErrorOf([&] { domain->DbFind("nothing=5"); }).find("database: SELECT"), 0U);
+  EXPECT_EQ(ErrorOf([&] { domain->DbDelete("nothing = 5"); }).find("database: DELETE"), 0U);
+}
+
+TEST_P(DatabaseRows, AreDeletedByAComparisonHoweverItIsWritten) {
+  const std::int64_t domain = AddDomain("example.org");
+  const std::int64_t first = AddMailbox(domain, "info");
+  const std::int64_t second = AddMailbox(domain, "sales");
+  const std::int64_t third = AddMailbox(domain, "help");
+  for (const std::int64_t mailbox : {first, first, second, third}) AddAlias(mailbox, "office");
+  const auto alias = cache().Get<zeb_db::EmailAliasTable>();
+
+  alias->DbDelete("email=" + std::to_string(first));
+  alias->DbDelete("email = " + std::to_string(second));
+  alias->DbDelete("email=99");
+
+  EXPECT_EQ(RowsOf("SELECT email FROM email_alias"), std::to_string(third) + "\n");
+}
+
+TEST_P(DatabaseRows, DeletedByAComparisonAreFoundNoMoreWhereTheyWereLookedForBefore) {
+  const std::int64_t domain = AddDomain("example.org");
+  const std::string key = std::to_string(AddMailbox(domain, "info"));
+  AddAlias(std::stoll(key), "office");
+  const Transaction transaction(database());
+  const auto mailbox = cache().Get<zeb_db::EmailTable>();
+  const auto alias = cache().Get<zeb_db::EmailAliasTable>();
+  ASSERT_TRUE(mailbox->DbFind("id = " + key));
+  ASSERT_TRUE(alias->DbFind("email = " + key));
+
+  cache().Get<zeb_db::EmailTable>()->DbDelete("domain=" + std::to_string(domain));
+
+  EXPECT_FALSE(mailbox->DbFind("id=" + key));
+  EXPECT_FALSE(alias->DbFind("email=" + key));
 }
 
 TEST_P(DatabaseRows, TakeAlongWhatBelongsToThem) {

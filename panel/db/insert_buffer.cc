@@ -42,12 +42,9 @@ void InsertBuffer::Add(std::vector<Value> row) {
 
 void InsertBuffer::Flush() {
   if (values_.empty()) return;
-  if (values_.size() < kMostRows * columns_.size()) {
-    Prepare()->Run();
-  } else {
-    if (full_ == nullptr) full_ = Prepare();
-    full_->Run();
-  }
+  std::unique_ptr<Statement>& statement = statements_[values_.size()];
+  if (statement == nullptr) statement = Prepare();
+  statement->Run();
   ++connection_.Generation(table_);
   values_.clear();
 }

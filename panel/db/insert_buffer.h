@@ -7,6 +7,7 @@
 
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <variant>
@@ -34,14 +35,14 @@ class InsertBuffer {
   void Flush();
 
  private:
-  /// Inserts as many rows as wait; all of it stays as long as the buffer has as many rows.
+  /// Inserts as many rows as wait, from the places where they wait.
   std::unique_ptr<Statement> Prepare();
 
   Connection& connection_;
   std::string table_;
   std::vector<std::string> columns_;
   std::vector<Value> values_;  ///< of the rows that wait, one behind the other
-  std::unique_ptr<Statement> full_;
+  std::map<std::size_t, std::unique_ptr<Statement>> statements_;  ///< by the number of values
 };
 
 }  // namespace panel::db

@@ -17,9 +17,9 @@ constexpr unsigned kSeed = 20240229;
 constexpr int kKills = 30;
 constexpr int kKillsBetweenRepeats = 5;
 constexpr int kDomains = 50;
-constexpr int kMailboxesOfOne = 100;
+constexpr int kMailboxesOfOne = 30;
 
-/// A table of ten thousand lines, half of which lead to the other half.
+/// A table of three thousand lines, half of which lead to the other half.
 std::string TableOf(const std::string& name) {
   std::string lines;
   for (int domain = 0; domain < kDomains; ++domain) {

@@ -14,12 +14,12 @@ namespace zebmail_test {
 namespace {
 
 constexpr unsigned kSeed = 20240229;
-constexpr int kKills = 30;
-constexpr int kKillsBetweenRepeats = 5;
+constexpr int kKills = 12;
+constexpr int kKillsBetweenRepeats = 4;
 constexpr int kDomains = 50;
-constexpr int kMailboxesOfOne = 30;
+constexpr int kMailboxesOfOne = 15;
 
-/// A table of three thousand lines, half of which lead to the other half.
+/// A table of fifteen hundred lines, half of which lead to the other half.
 std::string TableOf(const std::string& name) {
   std::string lines;
   for (int domain = 0; domain < kDomains; ++domain) {

@@ -69,13 +69,13 @@ TEST_P(GatheredRows, HaveTheValuesThatTheyWerePostedWith) {
 
 TEST_P(GatheredRows, AreAllThereHoweverMany) {
   const std::int64_t domain = AddDomain("example.org");
-  Transaction transaction(database(), Transaction::Changes::kUnlisted);
   {
+    Transaction transaction(database(), Transaction::Changes::kUnlisted);
     GatheredInserts inserts("email");
     Post(domain, 0, kMany);
     inserts.Finish();
+    transaction.Commit();
   }
-  transaction.Commit();
   Reopen();
 
   EXPECT_EQ(RowsOf("SELECT count(DISTINCT name), count(DISTINCT id), sum(tag) FROM email", 3),

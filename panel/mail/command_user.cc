@@ -10,9 +10,9 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
-#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "panel/mail/postconf.h"
+#include "panel/mail/table_path.h"
 
 namespace panel::mail {
 namespace {
@@ -36,7 +36,7 @@ CommandUser Find(const std::string& shown, const Get& get) {
 /// The owner of the aliases file; the superuser when there is no file yet, since he will make it.
 uid_t OwnerOfAliases() {
   struct stat status {};
-  const std::string aliases = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-aliases");
+  const std::string aliases = TablePath("aliases");
   return stat(aliases.c_str(), &status) == 0 ? status.st_uid : 0;
 }
 

@@ -6,7 +6,6 @@
 #include <tuple>
 #include <utility>
 
-#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/str.h"
 #include "host/test.h"
@@ -17,6 +16,7 @@
 #include "panel/mail/mailbox_changes.h"
 #include "panel/mail/panel.h"
 #include "panel/mail/responder_folder.h"
+#include "panel/mail/table_path.h"
 
 namespace panel::mail {
 namespace {
@@ -137,8 +137,7 @@ void MailModule::DeleteWithAll(MailboxRow& mailbox) {
   const std::int64_t key = mailbox->id;
   const std::string address = AddressOf(mailbox);
   {
-    const conf::NarrowedWalk narrowed(fen_cf::GetPath(fen_cf::GetParam("MTA") + "-virtusertable"),
-                                      address);
+    const conf::NarrowedWalk narrowed(TablePath("virtusertable"), address);
     BackEnd().DeleteEmail(mailbox);
   }
   mailbox->Delete();

@@ -9,11 +9,11 @@
 #include <tuple>
 #include <utility>
 
-#include "host/fen_cf.h"
 #include "host/zeb_db.h"
 #include "panel/conf/pending.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/table_path.h"
 #include "panel/mail/wake_tables.h"
 #include "panel/module/loader.h"
 #include "panel/module/log.h"
@@ -90,7 +90,7 @@ void RequireDatabase(const std::string& url) {
 void RequireTables() {
   if (zeb_db::GetCache().Query("SELECT id FROM email_domain LIMIT 1").Eof()) return;
   for (const char* table : {"virtusertable", "localhostnames", "accessdb", "aliases"}) {
-    const std::string path = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-" + table);
+    const std::string path = TablePath(table);
     if (path.empty() || std::filesystem::exists(path)) continue;
     throw fen_err::Error("missing", path,
                          "put the table back in place; if it is to be begun anew, make an empty "

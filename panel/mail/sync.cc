@@ -11,7 +11,6 @@
 #include <unordered_set>
 
 #include "host/email.h"
-#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/str.h"
 #include "panel/conf/disk_file.h"
@@ -22,6 +21,7 @@
 #include "panel/mail/responder_folder.h"
 #include "panel/mail/sync_differences.h"
 #include "panel/mail/table_lines.h"
+#include "panel/mail/table_path.h"
 
 namespace panel::mail {
 namespace {
@@ -30,10 +30,6 @@ using Key = std::int64_t;
 
 /// The alias that discards all mail: the own target of a mailbox that keeps none.
 constexpr std::string_view kDiscard = "devnull";
-
-std::string TablePath(const std::string& name) {
-  return fen_cf::GetPath(fen_cf::GetParam("MTA") + "-" + name);
-}
 
 bool IsChanged(const std::string& path) {
   std::string stamp;

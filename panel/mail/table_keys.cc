@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/fen_cf.h"
 #include "panel/conf/disk_file.h"
 #include "panel/mail/names.h"
+#include "panel/mail/table_path.h"
 
 namespace panel::mail {
 namespace {
@@ -44,7 +44,7 @@ TableKeys::Places TableKeys::Locate(const std::string& key) {
 }
 
 void TableKeys::Read() {
-  path_ = fen_cf::GetPath(fen_cf::GetParam("MTA") + "-" + name_);
+  path_ = TablePath(name_);
   original_ = conf::ReadWholeFile(path_).bytes;
   text_ = LowerCase(original_);
   is_read_ = true;

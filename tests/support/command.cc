@@ -5,8 +5,11 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
+#include <functional>
 #include <system_error>
+#include <thread>
 
 #include <spawn.h>
 #include <sys/mman.h>
@@ -78,9 +81,11 @@ int Wait(pid_t process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-}  // namespace
+/// Does to a program that was started what it is given, before waiting for it.
+using WhileItRuns = std::function<void(pid_t process)>;
 
-CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input) {
+CommandRun Run(const std::vector<std::string>& words, const std::string& input,
+               const WhileItRuns& meanwhile) {
   const MemoryFile in(input);
   const MemoryFile out;
   const MemoryFile err;
@@ -98,8 +103,33 @@ CommandRun RunCommand(const std::vector<std::string>& words, const std::string& 
   const int error =
       posix_spawnp(&process, arguments[0], actions.get(), nullptr, arguments.data(), environ);
   if (error != 0) Fail(error, words[0]);
+  meanwhile(process);
   const int status = Wait(process);
   return {status, out.Text(), err.Text()};
+}
+
+/// A process that has ended keeps its number until it is waited for, so none but it is killed.
+void KillAfter(pid_t process, std::chrono::microseconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  siginfo_t ended{};
+  while (std::chrono::steady_clock::now() < end) {
+    if (waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOHANG | WNOWAIT) < 0) {
+      Fail(errno, "waitid");
+    }
+    if (ended.si_pid == process) return;
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  if (kill(process, SIGKILL) < 0) Fail(errno, "kill");
+}
+
+}  // namespace
+
+CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input) {
+  return Run(words, input, [](pid_t) {});
+}
+
+CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after) {
+  return Run(words, "", [after](pid_t process) { KillAfter(process, after); });
 }
 
 }  // namespace test_support

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -20,5 +21,8 @@ struct CommandRun {
 /// Runs the program words[0] (looked up in PATH) with the rest of the words as its arguments,
 /// without a shell, and waits for it. It reads `input` as its standard input.
 CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input = "");
+
+/// The same, but kills the program (SIGKILL) when it has not ended `after` this time.
+CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after);
 
 }  // namespace test_support

@@ -2,6 +2,7 @@
 ///   sync_kill_test - a synchronisation that is killed has done all or nothing
 
 #include <chrono>
+#include <csignal>
 #include <random>
 #include <string>
 #include <vector>
@@ -18,6 +19,8 @@ constexpr int kKills = 12;
 constexpr int kKillsBetweenRepeats = 4;
 constexpr int kDomains = 50;
 constexpr int kMailboxesOfOne = 15;
+
+using Time = std::chrono::microseconds;
 
 /// A table of fifteen hundred lines, half of which lead to the other half.
 std::string TableOf(const std::string& name) {
@@ -39,12 +42,11 @@ std::string Shown(const HandKeptPanel& panel) {
   return panel.Do({"domain", "list"}) + panel.Do({"mailbox", "list"});
 }
 
-/// Runs a synchronisation that is killed after so many seconds, and returns whether it was.
-bool KillSync(const HandKeptPanel& panel, double seconds) {
-  const CommandRun run = test_support::RunCommand(
-      {"/usr/bin/timeout", "--foreground", "--signal=KILL", std::to_string(seconds), ZEBMAIL_BINARY,
-       "--config", panel.config(), "sync", "--allow-mass-delete"});
-  EXPECT_TRUE(run.status == 0 || run.status == 137) << run.errors;
+/// Runs a synchronisation that is killed after some time, and returns whether it was.
+bool KillSync(const HandKeptPanel& panel, Time after) {
+  const CommandRun run = test_support::KillCommand(
+      {ZEBMAIL_BINARY, "--config", panel.config(), "sync", "--allow-mass-delete"}, after);
+  EXPECT_TRUE(run.status == 0 || run.status == 128 + SIGKILL) << run.status << run.errors;
   return run.status != 0;
 }
 
@@ -56,12 +58,12 @@ TEST(SyncKill, LeavesThePanelAsBeforeOrAsAfter) {
   const HandKeptPanel panel(names);
   const std::vector<std::string> tables = {TableOf("one"), TableOf("two")};
   std::vector<std::string> states;
-  double seconds = 0;
+  Time whole_run{0};
   for (const std::string& table : tables) {
     panel.SetTable("virtusertable", table);
     const auto start = std::chrono::steady_clock::now();
     panel.Do({"sync", "--allow-mass-delete"});
-    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    whole_run = std::chrono::duration_cast<Time>(std::chrono::steady_clock::now() - start);
     states.push_back(Shown(panel));
   }
   ASSERT_NE(states[0], states[1]);
@@ -73,7 +75,9 @@ TEST(SyncKill, LeavesThePanelAsBeforeOrAsAfter) {
     SCOPED_TRACE("seed " + std::to_string(kSeed) + ", attempt " + std::to_string(attempt));
     panel.SetTable("virtusertable", tables[next]);
 
-    killed += KillSync(panel, std::uniform_real_distribution<double>(0.001, seconds)(random));
+    const Time::rep after =
+        std::uniform_int_distribution<Time::rep>(1000, whole_run.count())(random);
+    killed += KillSync(panel, Time(after));
 
     const std::string shown = Shown(panel);
     EXPECT_TRUE(shown == states[0] || shown == states[1]);

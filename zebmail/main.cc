@@ -104,7 +104,9 @@ Status Run(int argc, char** argv) {
   AddSenderLists(app, invocation);
   AddWebDomains(app, invocation);
   AddSync(app, invocation);
+  AddPostfixConfig(app, invocation);
   AddCheck(app, invocation);
+  AddTrace(app, invocation);
 
   if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))
     return Printed(*ended);

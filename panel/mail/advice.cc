@@ -22,7 +22,8 @@ std::string ReadableName(const std::string& table) {
   return name ? name.get() : table;
 }
 
-/// `word` as a shell takes it for one word.
+}  // namespace
+
 std::string ShellWord(const std::string& word) {
   static const char* const kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-";
@@ -30,7 +31,11 @@ std::string ShellWord(const std::string& word) {
   return "'" + str::Replace(word, "'", "'\\''") + "'";
 }
 
-}  // namespace
+std::string ShellWords(const std::vector<std::string>& words) {
+  std::string line;
+  for (const std::string& word : words) line += (line.empty() ? "" : " ") + ShellWord(word);
+  return line;
+}
 
 std::string Command(const std::string& words) {
   return "zebmail --config " + ShellWord(CurrentConfig().file) + " " + words;

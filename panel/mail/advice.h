@@ -4,10 +4,17 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "panel/conf/pending.h"
 
 namespace panel::mail {
+
+/// `word` as a shell takes it for one word.
+std::string ShellWord(const std::string& word);
+
+/// The words as a shell takes them.
+std::string ShellWords(const std::vector<std::string>& words);
 
 /// The command line of zebmail for the panel in use, with `words` behind it.
 std::string Command(const std::string& words);

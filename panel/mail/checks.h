@@ -19,7 +19,7 @@ namespace panel::mail {
 
 struct Finding {
   std::string check;   ///< which check found it: "pending", "path", "file", "map", "responder",
-                       ///< "binding"
+                       ///< "binding", "wiring"
   std::string object;  ///< what it concerns, a path mostly
   std::string what;    ///< what is wrong
   std::string why;     ///< why it matters

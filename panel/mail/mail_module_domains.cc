@@ -8,7 +8,6 @@
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/test.h"
-#include "panel/conf/disk_file.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/bindings.h"
@@ -55,13 +54,6 @@ void RequireNoServiceLeft(const zeb_db::EmailDomainTable& row) {
                        bindings->InMaster(left->line) + " has the service " + left->name +
                            " already, to which no line of " + bindings->map +
                            " leads; delete that line first");
-}
-
-/// The value of a parameter of main.cf that names this host, or the name of a file that holds it.
-std::string HostName(const std::string& parameter) {
-  std::string name = PostconfValue(parameter);
-  if (name.starts_with('/')) name = conf::ReadWholeFile(name).bytes;
-  return LowerCase(name.substr(0, name.find_first_of(" \t\r\n")));
 }
 
 /// The names that Postfix gives to this server. While it cannot be asked there are none: that is

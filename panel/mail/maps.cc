@@ -4,7 +4,6 @@
 #include "panel/mail/maps.h"
 
 #include <map>
-#include <optional>
 
 #include <sys/stat.h>
 
@@ -38,17 +37,20 @@ std::vector<Map> Maps() {
           {fen_cf::GetPath("postfix-aliases"), "postfix-postalias"}};
 }
 
-std::string MapSuffix() {
+std::optional<std::string> SuffixOf(const std::string& type) {
   static const std::map<std::string, std::string> suffixes = {{"hash", ".db"},   {"btree", ".db"},
                                                               {"lmdb", ".lmdb"}, {"cdb", ".cdb"},
                                                               {"dbm", ".dir"},   {"sdbm", ".dir"}};
-  const std::string type = PostconfValue("default_database_type");
   const auto suffix = suffixes.find(type);
-  if (suffix == suffixes.end()) {
-    throw fen_err::Error("email", "postconf",
-                         "default_database_type is \"" + type + "\", which is no map in a file");
-  }
-  return suffix->second;
+  return suffix == suffixes.end() ? std::nullopt : std::optional(suffix->second);
+}
+
+std::string MapSuffix() {
+  const std::string type = PostconfValue("default_database_type");
+  const std::optional<std::string> suffix = SuffixOf(type);
+  if (suffix) return *suffix;
+  throw fen_err::Error("email", "postconf",
+                       "default_database_type is \"" + type + "\", which is no map in a file");
 }
 
 bool IsStale(const Map& map, const std::string& suffix) {

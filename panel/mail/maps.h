@@ -9,6 +9,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,9 +23,13 @@ struct Map {
 /// The maps of the panel in use. The modules must be set up: they set defaults for the paths.
 std::vector<Map> Maps();
 
-/// What files of the server's default map type end in, such as ".db". Throws
-/// fen_err::Error("email", "postconf", ...) when postconf, which is looked for beside the
-/// configured postmap, does not tell, or tells a type that is no file.
+/// What files of the map type `type` end in, such as ".db"; none for a type that is no file which
+/// postmap builds beside the text.
+std::optional<std::string> SuffixOf(const std::string& type);
+
+/// What files of the server's default map type end in. Throws
+/// fen_err::Error("email", "postconf", ...) when postconf does not tell, or tells a type that is no
+/// file.
 std::string MapSuffix();
 
 /// Whether the map of `map`, a file ending in `suffix`, is missing or older than its text.

@@ -3,21 +3,20 @@
 
 #include "panel/mail/postconf.h"
 
-#include <algorithm>
 #include <filesystem>
 
 #include <unistd.h>
 
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
+#include "panel/conf/disk_file.h"
+#include "panel/mail/names.h"
 #include "panel/process/tools.h"
 #include "panel/text/words.h"
 
 namespace panel::mail {
-namespace {
 
-/// postconf with the options that postmap is configured with, so that it reads the same main.cf. It
-/// stands beside postmap, unless another tool was configured in its place.
+/// Another tool may be configured in the place of postmap.
 std::vector<std::string> PostconfCommand() {
   std::vector<std::string> words = SplitWords(fen_cf::GetPath("postfix-postmap"));
   if (words.empty()) words.emplace_back();
@@ -28,11 +27,9 @@ std::vector<std::string> PostconfCommand() {
   return words;
 }
 
-}  // namespace
-
-std::string PostconfValue(const std::string& name) {
+std::string RunPostconf(const std::vector<std::string>& options) {
   std::vector<std::string> words = PostconfCommand();
-  words.insert(words.end(), {"-xh", name});
+  words.insert(words.end(), options.begin(), options.end());
   ToolRun run = RunTool(words, "");
   run.output.erase(run.output.find_last_not_of(" \r\n") + 1);
   if (run.result != 0) {
@@ -41,7 +38,18 @@ std::string PostconfValue(const std::string& name) {
                              "\nit was run with the options of postfix-postmap: give those "
                              "that Postfix needs there (-c DIR) under [path]");
   }
-  return run.output.substr(run.output.rfind('\n') + 1);  // warnings come before it
+  return run.output;
+}
+
+std::string PostconfValue(const std::string& name) {
+  const std::string output = RunPostconf({"-xh", name});
+  return output.substr(output.rfind('\n') + 1);  // warnings come before it
+}
+
+std::string HostName(const std::string& name) {
+  std::string value = PostconfValue(name);
+  if (value.starts_with('/')) value = conf::ReadWholeFile(value).bytes;
+  return LowerCase(value.substr(0, value.find_first_of(" \t\r\n")));
 }
 
 }  // namespace panel::mail

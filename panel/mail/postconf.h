@@ -1,15 +1,31 @@
 /// NAME
 ///   postconf - asking Postfix how it is configured
+///
+/// PURPOSE
+///   Runs postconf with the options that postmap is configured with, so that it reads the same
+///   main.cf. It is looked for beside the configured postmap.
+///
+/// HOW IT FAILS
+///   With fen_err::Error("email", "postconf", its output) when postconf fails.
 
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace panel::mail {
 
-/// The value of the parameter `name` of main.cf, read with the options that postmap is configured
-/// with. Throws fen_err::Error("email", "postconf", its output) when postconf, which is looked for
-/// beside the configured postmap, fails.
+/// postconf and the options for the configuration folder, as the words of a command line.
+std::vector<std::string> PostconfCommand();
+
+/// What postconf prints with `options` behind those; its warnings are among that.
+std::string RunPostconf(const std::vector<std::string>& options);
+
+/// The value of the parameter `name` of main.cf.
 std::string PostconfValue(const std::string& name);
+
+/// The name of this host that the parameter `name` of main.cf holds, or the file that it names; in
+/// lower case.
+std::string HostName(const std::string& name);
 
 }  // namespace panel::mail

@@ -62,12 +62,10 @@ class BindingPanel : public OwnPanel {
 
 /// Carries out the command that a finding ends in, by a shell, as its reader would.
 void Mend(const std::string& findings) {
-  const std::string mark = "; mend: zebmail ";
-  const std::size_t place = findings.rfind(mark);
+  const std::string mark = "; mend: ";
+  const std::size_t place = findings.rfind(mark + "zebmail ");
   ASSERT_NE(place, std::string::npos) << findings;
-  const std::string words = findings.substr(place + mark.size());
-  const CommandRun run =
-      test_support::RunCommand({"/bin/sh", "-c", std::string("'") + ZEBMAIL_BINARY + "' " + words});
+  const CommandRun run = CarryOut(findings.substr(place + mark.size()));
   EXPECT_EQ(run.status, 0) << run.errors;
 }
 

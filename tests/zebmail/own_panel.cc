@@ -29,6 +29,11 @@ CommandRun Zebmail(const std::vector<std::string>& words, const std::string& inp
   return test_support::RunCommand(all, input);
 }
 
+CommandRun CarryOut(const std::string& command) {
+  const std::string function = std::string("zebmail() { '") + ZEBMAIL_BINARY + "' \"$@\"; }\n";
+  return test_support::RunCommand({"/bin/sh", "-c", function + command});
+}
+
 std::map<std::string, std::string> Snapshot(const fs::path& folder) {
   std::map<std::string, std::string> files;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
@@ -43,15 +48,28 @@ std::map<std::string, std::string> Snapshot(const fs::path& folder) {
 }
 
 PostfixFolder::PostfixFolder() : postfix_(folder_, "postfix") {
-  SetMainCf(
-      "compatibility_level = 3.6\n"
-      "myhostname = mail.test\n"
-      "inet_interfaces = 127.0.0.1\n"
-      "default_database_type = hash\n"
-      "queue_directory = " +
-      Path("queue") + "\ndata_directory = " + Path("data") + "\n");
+  const std::string mail = Path("panel/mail/");
+  const std::string rule =
+      folder_.WriteText("config/client-address.regexp", "/^(.*)$/ connect:$1\n");
+  SetMainCf(BareMainCf() + "mydestination = " + mail +
+            "local-host-names, $myhostname, localhost\n" + "virtual_alias_maps = hash:" + mail +
+            "virtusertable\n" + "alias_maps = hash:" + mail + "aliases\n" +
+            "sender_dependent_default_transport_maps = regexp:" + mail + "domainips\n" +
+            "smtpd_recipient_restrictions = check_recipient_access hash:" + mail + "access\n" +
+            "smtpd_sender_restrictions = check_sender_access hash:" + mail + "access\n" +
+            "smtpd_client_restrictions = check_client_access pipemap:{regexp:" + rule +
+            ",hash:" + mail + "access}\n" + "mailbox_transport = lmtp:unix:private/imap-server\n");
   folder_.WriteText("config/master.cf",
                     "pickup    unix  n       -       n       60      1       pickup\n");
+}
+
+std::string PostfixFolder::BareMainCf() const {
+  return "compatibility_level = 3.6\n"
+         "myhostname = mail.test\n"
+         "inet_interfaces = 127.0.0.1\n"
+         "default_database_type = hash\n"
+         "queue_directory = " +
+         Path("queue") + "\ndata_directory = " + Path("data") + "\n";
 }
 
 /// The tools wait until a main.cf is a second old, in case somebody is writing it still.

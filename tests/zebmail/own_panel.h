@@ -25,6 +25,9 @@ using test_support::CommandRun;
 /// `input` as its standard input.
 CommandRun Zebmail(const std::vector<std::string>& words, const std::string& input = "");
 
+/// Runs a command line, as check gives it, by a shell; "zebmail" in it is the built one.
+CommandRun CarryOut(const std::string& command);
+
 /// Every file below `folder` with its text, folders with an empty one and a "/" at their end.
 std::map<std::string, std::string> Snapshot(const std::filesystem::path& folder);
 
@@ -36,9 +39,12 @@ class PostfixFolder {
   const test_support::TempFolder& folder() const noexcept { return folder_; }
   std::string Path(const std::string& name) const { return folder_.Path(name).string(); }
 
-  /// The main.cf of the tools.
+  /// The main.cf of the tools. It is wired to the panel's tables, and mailboxes have an end.
   std::string MainCf() const { return folder_.ReadText("config/main.cf"); }
   void SetMainCf(const std::string& text) const;
+
+  /// One that knows of no panel.
+  std::string BareMainCf() const;
 
   const test_support::RecordingTool& postfix() const noexcept { return postfix_; }
 

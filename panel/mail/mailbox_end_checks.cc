@@ -1,0 +1,111 @@
+/// NAME
+///   mailbox_end_checks - whether the mail of each mailbox ends in it
+
+#include "panel/mail/mailbox_end_checks.h"
+
+#include <array>
+#include <map>
+#include <set>
+
+#include <pwd.h>
+
+#include "host/zeb_db.h"
+#include "panel/mail/listing.h"
+#include "panel/mail/mail_rows.h"
+#include "panel/mail/mailbox_ends.h"
+#include "panel/mail/map_lookup.h"
+#include "panel/mail/names.h"
+#include "panel/mail/value_list.h"
+
+namespace panel::mail {
+namespace {
+
+constexpr std::size_t kMost = 20;
+
+bool IsUnixUser(const std::string& name) {
+  constexpr std::size_t kRoomForAnyEntry = 16384;
+  std::array<char, kRoomForAnyEntry> room{};
+  passwd entry{};
+  passwd* found = nullptr;
+  getpwnam_r(name.c_str(), &entry, room.data(), room.size(), &found);
+  return found != nullptr;
+}
+
+/// The domains whose mail transport_maps leads elsewhere.
+std::set<std::string> DomainsLedElsewhere() {
+  const std::string parameter = "transport_maps";
+  std::set<std::string> domains;
+  for (const std::string& map : SplitList(ReadParameters({parameter})[parameter].expanded)) {
+    for (const auto& [domain, way] : LookUp(map, Column("SELECT name FROM email_domain"))) {
+      domains.insert(domain);
+    }
+  }
+  return domains;
+}
+
+/// The mailboxes whose mail local(8) gets, by their local parts.
+using Addresses = std::map<std::string, std::vector<std::string>>;
+
+Addresses MailboxesByName() {
+  const std::set<std::string> elsewhere = DomainsLedElsewhere();
+  Addresses mailboxes;
+  fen_db::Result rows = zeb_db::GetCache().Query(
+      "SELECT email.name, email_domain.name FROM email JOIN email_domain ON email_domain.id = "
+      "email.domain WHERE NOT email.dropmail ORDER BY email.name, email_domain.name");
+  for (; !rows.Eof(); rows.Next()) {
+    if (elsewhere.contains(rows.Str(1))) continue;
+    mailboxes[rows.Str(0)].push_back(InUnicode(rows.Str(0) + "@" + rows.Str(1)));
+  }
+  return mailboxes;
+}
+
+/// What makes Unix users unnecessary.
+std::string Mend(const MailboxEnds& ends) {
+  if (!ends.suggestion.empty()) return SetCommand({"mailbox_transport", ends.suggestion});
+  return "give mailbox_transport in main.cf the way to an IMAP server";
+}
+
+/// The first ones, and one finding for all others.
+Findings Shortened(Findings findings, const std::string& mend) {
+  if (findings.size() <= kMost) return findings;
+  const std::string more = std::to_string(findings.size() - kMost);
+  const std::string why = findings.front().why;
+  findings.resize(kMost);
+  findings.push_back({"wiring", "and " + more + " more", "are like these", why, mend, {}});
+  return findings;
+}
+
+}  // namespace
+
+Findings CheckMailboxEnds(const Wiring&) {
+  const MailboxEnds ends = FindMailboxEnds();
+  Findings without_end;
+  Findings sharing;
+  if (ends.KnowsDomains()) return {};
+  for (const auto& [name, addresses] : MailboxesByName()) {
+    if (!IsUnixUser(name)) {
+      if (ends.TakesAnyName()) continue;
+      for (const std::string& address : addresses) {
+        without_end.push_back({"wiring",
+                               address,
+                               "has neither a Unix user of its name nor a mailbox_transport",
+                               "its mail bounces",
+                               Mend(ends) + ", or add the Unix user " + name,
+                               {}});
+      }
+    } else if (addresses.size() > 1 && !ends.HasCommand()) {
+      sharing.push_back({"wiring",
+                         Listing(addresses),
+                         "have one Unix user, " + name,
+                         "their mail is not kept apart",
+                         Mend(ends),
+                         {}});
+    }
+  }
+  Findings findings = Shortened(std::move(without_end), Mend(ends));
+  for (Finding& finding : Shortened(std::move(sharing), Mend(ends)))
+    findings.push_back(std::move(finding));
+  return findings;
+}
+
+}  // namespace panel::mail

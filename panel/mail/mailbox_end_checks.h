@@ -1,0 +1,15 @@
+/// NAME
+///   mailbox_end_checks - whether the mail of each mailbox ends in it
+
+#pragma once
+
+#include "panel/mail/checks.h"
+#include "panel/mail/wiring.h"
+
+namespace panel::mail {
+
+/// Looks for mailboxes that have neither a mailbox_transport nor a Unix user of their own. Domains
+/// for which transport_maps has another way are left aside.
+Findings CheckMailboxEnds(const Wiring& wiring);
+
+}  // namespace panel::mail

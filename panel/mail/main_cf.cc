@@ -1,0 +1,143 @@
+/// NAME
+///   main_cf - the parameters of main.cf
+
+#include "panel/mail/main_cf.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <system_error>
+
+#include "host/fen_err.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/postconf.h"
+#include "panel/process/tools.h"
+
+namespace panel::mail {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const kMainCf = "main.cf";
+
+/// Calls `visit` with each "NAME = VALUE" that postconf prints for these options and `names`. The
+/// warnings that may stand between them hold names as well, but do not begin with one.
+void ForEachValue(const std::vector<std::string>& options, const std::vector<std::string>& names,
+                  const std::function<void(const std::string&, const std::string&)>& visit) {
+  std::vector<std::string> words = options;
+  words.insert(words.end(), names.begin(), names.end());
+  std::istringstream lines(RunPostconf(words));
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t end = line.find(" =");
+    if (end == std::string::npos || line.starts_with("postconf: ")) continue;
+    const std::size_t begin = line.find_first_not_of(' ', end + 2);
+    visit(line.substr(0, end), begin == std::string::npos ? "" : line.substr(begin));
+  }
+}
+
+/// A folder of its own for the copy, for nobody else to see.
+class Workplace {
+ public:
+  Workplace() {
+    std::string name = fs::temp_directory_path() / "zebmail.XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+      throw fen_err::Error("file", name, std::generic_category().message(errno));
+    }
+    folder_ = name;
+  }
+  ~Workplace() {
+    std::error_code failed;  // nothing follows from what is left there
+    fs::remove_all(folder_, failed);
+  }
+  Workplace(const Workplace&) = delete;
+  Workplace& operator=(const Workplace&) = delete;
+
+  const fs::path& folder() const noexcept { return folder_; }
+
+ private:
+  fs::path folder_;
+};
+
+void Write(const fs::path& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) throw fen_err::Error("file", path.string(), "cannot be written");
+}
+
+/// Runs postconf on the main.cf in `folder`. In one run for all of them it would add those that are
+/// new in no certain order.
+void Edit(const fs::path& folder, const std::vector<Assignment>& assignments) {
+  for (const Assignment& one : assignments) {
+    const ToolRun run =
+        RunTool({PostconfCommand().front(), "-c", folder, "-e", one.name + " = " + one.value}, "");
+    if (run.result != 0) throw fen_err::Error("email", "postconf", run.output);
+  }
+}
+
+}  // namespace
+
+Parameters ReadParameters(const std::vector<std::string>& names) {
+  Parameters parameters;
+  for (const std::string& name : names) parameters[name];
+  ForEachValue({}, names,
+               [&](const auto& name, const auto& value) { parameters[name].value = value; });
+  ForEachValue({"-x"}, names,
+               [&](const auto& name, const auto& value) { parameters[name].expanded = value; });
+  ForEachValue({"-n"}, names,
+               [&](const auto& name, const auto&) { parameters[name].is_set = true; });
+  return parameters;
+}
+
+std::string Expanded(const std::string& name, const std::string& text) {
+  if (text.find('$') == std::string::npos) return text;
+  std::string expanded;
+  ForEachValue({"-x", "-o", name + "=" + text}, {name},
+               [&expanded](const auto&, const auto& value) { expanded = value; });
+  return expanded;
+}
+
+std::vector<Override> ReadOverrides(const std::vector<std::string>& patterns) {
+  std::vector<Override> overrides;
+  ForEachValue({"-Px"}, patterns, [&overrides](const std::string& place, const auto& value) {
+    const std::size_t name = place.rfind('/');
+    if (name == std::string::npos) return;
+    std::string service = place.substr(0, name);
+    const std::size_t type = service.rfind('/');
+    if (type != std::string::npos) service[type] = ' ';
+    overrides.push_back({service, place.substr(name + 1), value});
+  });
+  return overrides;
+}
+
+MainCfEdit EditMainCf(const std::vector<Assignment>& assignments) {
+  MainCfEdit edit;
+  edit.file = ConfigFolder() / kMainCf;
+  edit.before = conf::ReadWholeFile(edit.file);
+  const Workplace workplace;
+  const fs::path copy = workplace.folder() / kMainCf;
+  Write(copy, edit.before.bytes);
+  Edit(workplace.folder(), assignments);
+  edit.after = conf::ReadWholeFile(copy).bytes;
+  return edit;
+}
+
+void Save(const MainCfEdit& edit) {
+  conf::ReplaceFile(edit.file, edit.before.stamp,
+                    [&edit](const conf::PieceWriter& write) { write(edit.after); });
+  conf::SyncFolderOf(edit.file);
+}
+
+fs::path ConfigFolder() {
+  return PostconfValue("config_directory");
+}
+
+std::string SetCommand(const Assignment& assignment) {
+  std::vector<std::string> words = PostconfCommand();
+  words.insert(words.end(), {"-e", assignment.name + " = " + assignment.value});
+  return ShellWords(words);
+}
+
+}  // namespace panel::mail

@@ -1,0 +1,22 @@
+/// NAME
+///   restriction_checks - whether the access table decides what it should, and no more
+
+#pragma once
+
+#include "panel/mail/checks.h"
+#include "panel/mail/wiring.h"
+
+namespace panel::mail {
+
+/// Whether an "OK" in the access table lets strangers relay.
+Findings CheckRelaying(const Wiring& wiring);
+
+/// Whether mail is let pass before the access table is asked.
+Findings CheckOrderOfRestrictions(const Wiring& wiring);
+
+/// Whether a service of master.cf has a list of its own without the panel's table. One that listens
+/// for this machine alone, as content filters hand their mail back to, is left aside: what comes to
+/// it has been checked.
+Findings CheckOverrides(const Wiring& wiring);
+
+}  // namespace panel::mail

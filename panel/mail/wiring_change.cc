@@ -1,0 +1,179 @@
+/// NAME
+///   wiring_change - making main.cf say what the panel needs
+
+#include "panel/mail/wiring_change.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/fen_cf.h"
+#include "host/fen_err.h"
+#include "host/fen_proc.h"
+#include "panel/process/file_handle.h"
+
+namespace panel::mail {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kNotStarted = 127;
+
+[[noreturn]] void Fail(const fs::path& path, const std::string& what) {
+  throw fen_err::Error("file", path.string(), what + ": " + std::generic_category().message(errno));
+}
+
+/// Takes back, last step first, what was done for a change that does not come about.
+class Undoing {
+ public:
+  Undoing() = default;
+  ~Undoing() {
+    for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) (*step)();
+  }
+  Undoing(const Undoing&) = delete;
+  Undoing& operator=(const Undoing&) = delete;
+
+  void Add(std::function<void()> step) { steps_.push_back(std::move(step)); }
+  void Forget() { steps_.clear(); }
+
+ private:
+  std::vector<std::function<void()>> steps_;
+};
+
+/// The first free name of those for copies of `path`.
+fs::path CopyName(const fs::path& path) {
+  fs::path copy;
+  for (int number = 1; copy.empty() || fs::exists(fs::symlink_status(copy)); ++number) {
+    copy = path.string() + ".zebmail-" + std::to_string(number);
+  }
+  return copy;
+}
+
+/// Keeps the bytes of the file at `path`, with its mode and owner, in a copy beside it.
+fs::path KeepCopy(const fs::path& path, const std::string& bytes, Undoing& undoing) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) Fail(path, "cannot be read");
+  const fs::path copy = CopyName(path);
+  const FileHandle file(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!file) Fail(copy, "cannot be created");
+  undoing.Add([copy] { unlink(copy.c_str()); });
+  const auto size = static_cast<ssize_t>(bytes.size());
+  if (write(file.get(), bytes.data(), bytes.size()) != size ||
+      fchown(file.get(), status.st_uid, status.st_gid) != 0 ||
+      fchmod(file.get(), status.st_mode & 07777) != 0 || fsync(file.get()) != 0) {
+    Fail(copy, "cannot be written");
+  }
+  return copy;
+}
+
+void WriteClientRule(const fs::path& path, Undoing& undoing) {
+  const conf::FileContents before = conf::ReadWholeFile(path);
+  if (before.stamp) {
+    const fs::path copy = KeepCopy(path, before.bytes, undoing);
+    undoing.Add([copy, path] { rename(copy.c_str(), path.c_str()); });
+  } else {
+    undoing.Add([path] { unlink(path.c_str()); });
+  }
+  conf::ReplaceFile(path, before.stamp, [](const conf::PieceWriter& put) { put(kClientRule); });
+  conf::SyncFolderOf(path);
+}
+
+std::string PostfixCommand(const std::string& word) {
+  return fen_cf::GetPath("postfix-bin") + " " + word;
+}
+
+/// Asks before anything is changed, so that a Postfix command that cannot be started keeps
+/// everything as it is.
+bool IsPostfixRunning() {
+  const fen_proc::Execute status(PostfixCommand("status"), fen_proc::Execute::kWaitAndCapture);
+  if (status.Result() == kNotStarted) {
+    throw fen_err::Error("email", "postfix-bin", status.Str());
+  }
+  return status.Result() == 0;
+}
+
+void Reload() {
+  const fen_proc::Execute reload(PostfixCommand("reload"), fen_proc::Execute::kWaitAndCapture);
+  if (reload.Result() == 0) return;
+  throw fen_err::Error("email", "postfix-bin",
+                       "main.cf is changed, but Postfix has not read it anew:\n" + reload.Str());
+}
+
+/// Postfix does not take mail while main.cf names a file that is missing.
+void RequireTables(const Wiring& wiring) {
+  const WiringParts& parts = wiring.parts;
+  for (const std::string& path : {parts.virtusertable, parts.aliases, parts.access,
+                                  parts.local_host_names, parts.domain_ips}) {
+    if (path.empty() || fs::is_regular_file(path)) continue;
+    throw fen_err::Error("missing", path,
+                         "main.cf would name this file, and Postfix takes no mail without it; put "
+                         "it in place or run zebmail init");
+  }
+}
+
+}  // namespace
+
+WiringChange ChangeOf(const Wiring& wiring) {
+  if (!wiring.refusal.empty()) {
+    throw fen_err::Error("wiring", kRecipientRestrictions, wiring.refusal);
+  }
+  RequireTables(wiring);
+  WiringChange change;
+  for (const Setting& setting : wiring.settings) {
+    if (!setting.faults.empty()) change.assignments.push_back({setting.name, setting.value});
+  }
+  change.client_rule = wiring.parts.client_rule;
+  change.writes_client_rule = !wiring.client_rule_fault.empty();
+  const std::string suffix = MapSuffix();
+  for (const Map& map : Maps()) {
+    if (IsStale(map, suffix)) change.maps.push_back(map);
+  }
+  return change;
+}
+
+WiringResult Apply(const WiringChange& change) {
+  WiringResult result;
+  if (change.IsEmpty()) return result;
+  const bool is_running = IsPostfixRunning();
+  Undoing undoing;
+  if (change.writes_client_rule) WriteClientRule(change.client_rule, undoing);
+  for (const Map& map : change.maps) Build(map);
+  if (!change.assignments.empty()) {
+    const MainCfEdit edit = EditMainCf(change.assignments);
+    result.copy = KeepCopy(edit.file, edit.before.bytes, undoing);
+    Save(edit);
+  }
+  undoing.Forget();
+  if (is_running) Reload();
+  result.is_reloaded = is_running;
+  return result;
+}
+
+std::vector<conf::Operation::Change> ChangedFiles(const WiringChange& change) {
+  std::vector<conf::Operation::Change> files;
+  if (change.writes_client_rule) {
+    const std::string path = change.client_rule;
+    files.push_back({path, conf::ReadWholeFile(path).bytes, kClientRule});
+  }
+  if (!change.assignments.empty()) {
+    const MainCfEdit edit = EditMainCf(change.assignments);
+    files.push_back({edit.file, edit.before.bytes, edit.after});
+  }
+  return files;
+}
+
+std::vector<std::string> ToolsOf(const WiringChange& change) {
+  std::vector<std::string> tools;
+  if (change.IsEmpty()) return tools;
+  for (const Map& map : change.maps) tools.push_back(BuildCommand(map));
+  tools.push_back(PostfixCommand("reload"));
+  return tools;
+}
+
+}  // namespace panel::mail

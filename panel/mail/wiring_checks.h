@@ -1,0 +1,15 @@
+/// NAME
+///   wiring_checks - whether Postfix uses the panel's tables
+
+#pragma once
+
+#include "panel/mail/checks.h"
+
+namespace panel::mail {
+
+/// Compares main.cf, the maps that stand beside the panel's in it, and the places where mailboxes
+/// end with what the panel relies on. Finds nothing while postconf cannot be run: that is a finding
+/// of the maps' check.
+Findings CheckWiring();
+
+}  // namespace panel::mail

@@ -98,6 +98,16 @@ void RequireTables() {
   }
 }
 
+/// Sets up the modules and has nothing of what they write saved.
+void RehearseModules(const conf::Operation& rehearsal) {
+  SetUp& set_up = ProcessSetUp();
+  const std::lock_guard guard(set_up.mutex);
+  if (set_up.config) return;
+  LoadModules(CurrentConfig().module_dir);
+  set_up.config = CurrentConfig();
+  set_up.files_owed = !rehearsal.changes().empty();
+}
+
 /// Runs `step` and returns how it failed, if it did.
 std::optional<fen_err::Error> FailureOf(const std::function<void()>& step) {
   try {
@@ -203,15 +213,6 @@ void Panel::SetUpModules() {
   set_up.config = CurrentConfig();
 }
 
-void Panel::RehearseModules(const conf::Operation& rehearsal) {
-  SetUp& set_up = ProcessSetUp();
-  const std::lock_guard guard(set_up.mutex);
-  if (set_up.config) return;
-  LoadModules(CurrentConfig().module_dir);
-  set_up.config = CurrentConfig();
-  set_up.files_owed = !rehearsal.changes().empty();
-}
-
 /// A failure here does not keep the change from being made: it may well run the same tool again.
 void Panel::MakeUpPendingWork() {
   if (conf::ListPendingWork().empty()) return;
@@ -258,6 +259,15 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const
 
 void Panel::Warn(const std::string& text) const {
   if (notices_.warning) notices_.warning(text);
+}
+
+PanelView::PanelView(const Config& config) {
+  UseForProcess(config);
+  OpenLog(LogFile());
+  RequireDatabase(config.database);
+  database_.emplace(config.database);
+  const conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
+  RehearseModules(rehearsal);
 }
 
 }  // namespace panel::mail

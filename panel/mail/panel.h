@@ -88,13 +88,25 @@ class Panel {
 
  private:
   void SetUpModules();
-  void RehearseModules(const conf::Operation& rehearsal);
   void MakeUpPendingWork();
   void Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps);
   void Warn(const std::string& text) const;
 
   Notices notices_;
   PanelLock lock_;
+  std::optional<db::Database> database_;
+};
+
+/// The panel, opened to be looked at while others may change it: it takes no lock. The modules are
+/// set up, and what they would write is forgotten.
+class PanelView {
+ public:
+  explicit PanelView(const Config& config);
+
+  PanelView(const PanelView&) = delete;
+  PanelView& operator=(const PanelView&) = delete;
+
+ private:
   std::optional<db::Database> database_;
 };
 

@@ -15,7 +15,6 @@
 #include "tests/delivery/smtp_session.h"
 #include "tests/delivery/smtp_sink.h"
 #include "tests/support/command.h"
-#include "tests/support/temp_folder.h"
 
 namespace test_support {
 namespace {
@@ -33,17 +32,10 @@ class Bindings : public MailHost {
   /// Postfix reads the settings with the reload that the new domain brings. It must not keep a talk
   /// for the next message, since the peer has one talk at a time.
   Bindings() {
-    Set("default_transport=smtp");
-    Set("smtp_connection_cache_on_demand=no");
-    Set("relayhost=[127.0.0.1]:" + std::to_string(peer_.port()));
+    postfix_.Set("default_transport=smtp");
+    postfix_.Set("smtp_connection_cache_on_demand=no");
+    postfix_.Set("relayhost=[127.0.0.1]:" + std::to_string(peer_.port()));
     CreateDomain("redirect.example", {"--default-action", "redir_email", "--redirect", kOutside});
-  }
-
-  void Set(const std::string& setting) const {
-    const CommandRun run =
-        RunCommand({"/usr/sbin/postconf", "-c", postfix_.config_dir(), "-e", setting});
-    EXPECT_EQ(run.status, 0) << run.errors;
-    MakeOld(postfix_.config_dir() / "main.cf");
   }
 
   void Bind(const std::string& domain, const std::string& address) const {

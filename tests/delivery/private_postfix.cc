@@ -3,8 +3,6 @@
 
 #include "tests/delivery/private_postfix.h"
 
-#include <array>
-#include <cerrno>
 #include <ctime>
 #include <fstream>
 #include <sstream>
@@ -12,10 +10,6 @@
 #include <system_error>
 #include <thread>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/delivery/smtp_session.h"
@@ -95,7 +89,7 @@ PrivatePostfix::~PrivatePostfix() {
 }
 
 void PrivatePostfix::Start() {
-  StartGuard();
+  guard_.emplace(kGuardScript, folder_);
   const CommandRun run = RunCommand({kPostfix, "-c", config_dir(), "start"});
   if (run.status != 0) throw std::runtime_error("postfix start: " + run.errors + Log());
   std::ifstream(folder_ / "queue/pid/master.pid") >> master_;
@@ -103,13 +97,22 @@ void PrivatePostfix::Start() {
 }
 
 void PrivatePostfix::Stop() noexcept {
-  if (guard_ == 0) return;
-  close(guard_pipe_);
-  while (waitpid(guard_, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  if (!guard_) return;
+  guard_.reset();
   if (master_ != 0) PollUntil([this] { return !IsGroupAlive(master_); });
-  guard_ = 0;
   master_ = 0;
+}
+
+/// A main.cf that was written just now would be read again and again by every process that starts
+/// meanwhile, with a warning for each parameter; postlogd, which takes the warnings, waits for
+/// itself then. So a copy is changed, and takes its place when it looks old.
+void PrivatePostfix::Set(const std::string& setting) const {
+  const TempFolder copy;
+  std::filesystem::copy_file(config_dir() / "main.cf", copy.Path("main.cf"));
+  const CommandRun run = RunCommand({"/usr/sbin/postconf", "-c", copy.path(), "-e", setting});
+  if (run.status != 0) throw std::runtime_error("postconf: " + run.errors);
+  MakeOld(copy.Path("main.cf"));
+  std::filesystem::rename(copy.Path("main.cf"), config_dir() / "main.cf");
 }
 
 std::string PrivatePostfix::Outcome(const std::string& queue_id,
@@ -152,32 +155,6 @@ void PrivatePostfix::SetUp() const {
   const CommandRun run =
       RunCommand({ZEBMAIL_PRIVATE_POSTFIX "/set-up", folder_, map_type_, std::to_string(port_)});
   if (run.status != 0) throw std::runtime_error("the private Postfix: " + run.errors);
-}
-
-void PrivatePostfix::StartGuard() {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0)
-    throw std::system_error(errno, std::generic_category(), "pipe");
-  guard_pipe_ = ends[1];
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);  // Ctrl-C must not reach it
-
-  std::array<std::string, 5> words = {"/bin/sh", "-c", kGuardScript, "guard", folder_};
-  std::array<char*, 6> arguments{};
-  for (std::size_t i = 0; i < words.size(); ++i) arguments[i] = words[i].data();
-  const int error =
-      posix_spawn(&guard_, words[0].c_str(), &actions, &attributes, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  posix_spawnattr_destroy(&attributes);
-  close(ends[0]);
-  if (error != 0) throw std::system_error(error, std::generic_category(), words[0]);
 }
 
 }  // namespace test_support

@@ -25,9 +25,12 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include <sys/types.h>
+
+#include "tests/delivery/guard.h"
 
 namespace test_support {
 
@@ -45,6 +48,10 @@ class PrivatePostfix {
 
   /// Stops Postfix and waits until its last process is gone. Does nothing when it is not running.
   void Stop() noexcept;
+
+  /// Changes main.cf by a setting such as "default_transport=smtp", which a running Postfix reads
+  /// with its next reload.
+  void Set(const std::string& setting) const;
 
   std::filesystem::path config_dir() const { return folder_ / "postfix"; }
   int port() const noexcept { return port_; }
@@ -72,14 +79,12 @@ class PrivatePostfix {
 
  private:
   void SetUp() const;
-  void StartGuard();
 
   std::filesystem::path folder_;
   std::string map_type_;
   int port_;
   pid_t master_ = 0;
-  pid_t guard_ = 0;
-  int guard_pipe_ = -1;
+  std::optional<Guard> guard_;
 };
 
 }  // namespace test_support

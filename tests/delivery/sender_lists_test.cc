@@ -8,8 +8,6 @@
 
 #include "tests/delivery/mail_host.h"
 #include "tests/delivery/smtp_session.h"
-#include "tests/support/command.h"
-#include "tests/support/temp_folder.h"
 
 namespace test_support {
 namespace {
@@ -37,12 +35,8 @@ class SenderListDelivery : public MailHost {
   /// Lets the test say that it is another client than it is. Postfix reads the settings with the
   /// reload that the new domain brings.
   void AllowOtherClients() const {
-    for (const char* setting : {"smtpd_authorized_xclient_hosts=127.0.0.1", "inet_protocols=all"}) {
-      const CommandRun run =
-          RunCommand({"/usr/sbin/postconf", "-c", postfix_.config_dir(), "-e", setting});
-      EXPECT_EQ(run.status, 0) << run.errors;
-    }
-    MakeOld(postfix_.config_dir() / "main.cf");
+    postfix_.Set("smtpd_authorized_xclient_hosts=127.0.0.1");
+    postfix_.Set("inet_protocols=all");
     CreateDomain("reloads.example");
   }
 

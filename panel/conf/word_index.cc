@@ -8,25 +8,25 @@
 #include <tuple>
 
 #include "panel/conf/find_bytes.h"
+#include "panel/text/byte_set.h"
 
 namespace panel::conf {
 namespace {
 
 /// So many searches cost about as much as the index.
-constexpr std::size_t kMostSearches = 32;
+constexpr std::size_t kMostSearches = 16;
 
-constexpr std::string_view kSeparators = " \t\r\n,#";
+constexpr ByteSet kSeparators(" \t\r\n,#");
 
 /// Calls `visit` with each word of `line`.
 template <class Visit>
 void ForEachWord(std::string_view line, const Visit& visit) {
-  std::size_t begin = 0;
-  for (std::size_t place = 0; place <= line.size(); ++place) {
-    const bool ends =
-        place == line.size() || kSeparators.find(line[place]) != std::string_view::npos;
-    if (!ends) continue;
-    if (place > begin) visit(line.substr(begin, place - begin));
-    begin = place + 1;
+  for (;;) {
+    line.remove_prefix(kSeparators.CountIn(line));
+    if (line.empty()) return;
+    const std::string_view word = line.substr(0, kSeparators.CountOutside(line));
+    visit(word);
+    line.remove_prefix(word.size());
   }
 }
 

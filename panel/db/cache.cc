@@ -37,6 +37,7 @@ Result Cache::Query(const std::string& sql) {
   const std::string word = panel::db::FirstWord(sql);
   if (!Reads(word)) {
     connection_.TouchAll();
+    connection_.ForgetOwners();
     if (connection_.ListsChanges() && (affected > 0 || !CountsRows(word))) {
       connection_.journal()->changes.push_back(
           {"", "statement", panel::EscapeControlCharacters(sql)});

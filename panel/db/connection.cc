@@ -8,13 +8,12 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include "host/fen_err.h"
-#include "panel/db/insert_buffer.h"
+#include "panel/db/gathering.h"
 #include "panel/db/sql_text.h"
 #include "panel/process/file_handle.h"
 
@@ -88,6 +87,7 @@ void Connection::SetUpSqlite() {
     throw soci::soci_error("its file system cannot hold a write-ahead log; use a local disk");
   }
   Run("PRAGMA foreign_keys = ON");
+  Run("PRAGMA cache_size = -65536");  // in KiB; a pass over a large table changes most of its pages
 }
 
 void Connection::SetUpPostgresql() {
@@ -103,8 +103,29 @@ Rows Connection::Query(const std::string& sql, long long* affected) {
   return Guard(sql, [&] { return Run(sql, affected); });
 }
 
+void Connection::BeginGathering(Gathering& gathering) {
+  gatherings_.push_back(&gathering);
+}
+
+void Connection::EndGathering(const Gathering& gathering) noexcept {
+  std::erase(gatherings_, &gathering);
+}
+
+Gathering* Connection::GatheringOf(const std::string& table) const noexcept {
+  for (Gathering* const gathering : gatherings_) {
+    if (gathering->table == table) return gathering;
+  }
+  return nullptr;
+}
+
 void Connection::InsertGathered() {
-  if (gathering_ != nullptr && gathering_->buffer) gathering_->buffer->Flush();
+  for (const Gathering* const gathering : gatherings_) {
+    if (gathering->buffer) gathering->buffer->Flush();
+  }
+}
+
+void Connection::ForgetOwners() noexcept {
+  for (Gathering* const gathering : gatherings_) gathering->owners.reset();
 }
 
 Rows Connection::Run(const std::string& sql, long long* affected) {

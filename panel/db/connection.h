@@ -21,6 +21,7 @@
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <soci/soci.h>
 
@@ -33,13 +34,7 @@ namespace panel::db {
 /// How long a statement waits for somebody else's transaction.
 inline constexpr std::chrono::milliseconds kPatience{10000};
 
-class InsertBuffer;
-
-/// The new rows of one table that wait to be inserted; no buffer before the first row.
-struct Gathering {
-  std::string table;
-  std::unique_ptr<InsertBuffer> buffer;
-};
+struct Gathering;
 
 class Connection {
  public:
@@ -76,17 +71,19 @@ class Connection {
   /// Every table may have changed.
   void TouchAll() noexcept;
 
-  /// From now on the new rows of this table are gathered; with null no longer, those that wait
-  /// being dropped.
-  void SetGathering(Gathering* gathering) noexcept { gathering_ = gathering; }
+  /// From now on the new rows of a table are gathered, and no longer, those that wait being
+  /// dropped.
+  void BeginGathering(Gathering& gathering);
+  void EndGathering(const Gathering& gathering) noexcept;
 
   /// What gathers the new rows of the table; null when they are inserted one by one.
-  Gathering* GatheringOf(const std::string& table) const noexcept {
-    return gathering_ != nullptr && gathering_->table == table ? gathering_ : nullptr;
-  }
+  Gathering* GatheringOf(const std::string& table) const noexcept;
 
   /// Inserts the rows that wait.
   void InsertGathered();
+
+  /// Any table may have got rows of anybody.
+  void ForgetOwners() noexcept;
 
   /// Runs `work`, a part of the statement `sql`, and reports how it failed. A failure spoils the
   /// transaction in progress.
@@ -116,7 +113,7 @@ class Connection {
   std::recursive_mutex mutex_;
   soci::session session_;
   Journal* journal_ = nullptr;
-  Gathering* gathering_ = nullptr;
+  std::vector<Gathering*> gatherings_;
   std::map<std::string, std::uint64_t> generations_;
 };
 

@@ -8,7 +8,7 @@
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
 #include "panel/db/connection.h"
-#include "panel/db/insert_buffer.h"
+#include "panel/db/gathering.h"
 #include "panel/db/schema.h"
 
 namespace panel::db {
@@ -39,6 +39,16 @@ void SetCurrent(Database& database, Connection& connection) {
   }
   current.database = &database;
   current.connection = &connection;
+}
+
+Gathering::Owners ReadOwners(Connection& connection, const std::string& table,
+                             const std::string& owner) {
+  Gathering::Owners owners;
+  for (Rows rows = connection.Query("SELECT DISTINCT " + owner + " FROM " + table); !rows.Eof();
+       rows.Next()) {
+    owners.insert(std::stoll(std::string(rows.Cell(0))));
+  }
+  return owners;
 }
 
 }  // namespace
@@ -84,14 +94,19 @@ const std::vector<RowChange>& Transaction::changes() const noexcept {
   return journal_->changes;
 }
 
-GatheredInserts::GatheredInserts(const std::string& table)
+GatheredInserts::GatheredInserts(const std::string& table, const std::string& owner)
     : connection_(CurrentConnection()),
-      gathering_(std::make_unique<Gathering>(Gathering{table, nullptr})) {
-  connection_.SetGathering(gathering_.get());
+      gathering_(std::make_unique<Gathering>(Gathering{table, owner, {}, nullptr})) {
+  const std::lock_guard lock(connection_.mutex());
+  if (!owner.empty() && !connection_.ListsChanges()) {
+    gathering_->owners = ReadOwners(connection_, table, owner);
+  }
+  connection_.BeginGathering(*gathering_);
 }
 
 GatheredInserts::~GatheredInserts() {
-  connection_.SetGathering(nullptr);
+  const std::lock_guard lock(connection_.mutex());
+  connection_.EndGathering(*gathering_);
 }
 
 void GatheredInserts::Finish() {

@@ -95,10 +95,13 @@ class Transaction {
 
 /// While one lives, the new rows of a table are inserted many at a time: a row that was posted
 /// waits, unless changes are listed, and its table object stands on nothing. Whoever looks at the
-/// table finds it. For what adds rows by the hundred thousand and does not ask for their keys.
+/// table finds it. For what adds rows by the hundred thousand and does not ask for their keys. One
+/// lives at a time for a table.
 class GatheredInserts {
  public:
-  explicit GatheredInserts(const std::string& table);
+  /// `owner` may name a column of whole numbers by which rows are deleted before new ones are
+  /// posted: deleting those of an owner who has none then costs nothing.
+  explicit GatheredInserts(const std::string& table, const std::string& owner = "");
 
   /// Drops the rows that were not inserted.
   ~GatheredInserts();

@@ -12,7 +12,7 @@
 
 #include "host/fen_err.h"
 #include "panel/db/deleted_rows.h"
-#include "panel/db/insert_buffer.h"
+#include "panel/db/gathering.h"
 #include "panel/db/row_text.h"
 #include "panel/db/sql_text.h"
 
@@ -256,6 +256,9 @@ void TableState::Gather(Gathering& gathering) {
     } else {
       row.emplace_back(columns_[i].number);
     }
+    if (gathering.owners && columns_[i].field->name() == gathering.owner) {
+      gathering.owners->insert(columns_[i].number);
+    }
   }
   gathering.buffer->Add(std::move(row));
   ++*generation_;
@@ -313,6 +316,7 @@ void TableState::Update() {
   const std::uint64_t changed = ChangedColumns();
   if (changed == 0) return;
   InsertGathered();
+  if (Gathering* const gathering = connection_->GatheringOf(table_)) gathering->owners.reset();
   std::unique_ptr<Statement>& update = updates_[changed];
   if (update == nullptr) update = PrepareUpdate(changed);
   FillVariables();
@@ -368,6 +372,8 @@ void TableState::DeleteWhere(const std::string& condition) {
 
 /// Whether rows were deleted.
 bool TableState::DeleteByNumber(const Match& match) {
+  const Gathering* const gathering = connection_->GatheringOf(table_);
+  if (gathering != nullptr && gathering->HasNo(match)) return false;
   InsertGathered();
   Finder& deleter = deleters_[match.column];
   if (deleter.statement == nullptr) {

@@ -60,7 +60,7 @@ class Hints {
       ++lines_;
       if (Discards(targets)) discarding_.insert(WithPlainDomain(key));
       for (const std::string_view target : targets) {
-        if (target != key && target.find('@') != std::string_view::npos) led_to_.insert(target);
+        if (target != key && target.find('@') != std::string_view::npos) led_to_.push_back(target);
       }
     });
     ForEachTableLine(entries_text_, [this](std::string_view key, const auto&) {
@@ -71,8 +71,8 @@ class Hints {
 
   std::size_t lines() const noexcept { return lines_; }
 
-  /// The addresses that are targets of other lines.
-  const std::unordered_set<std::string_view>& led_to() const noexcept { return led_to_; }
+  /// The addresses that are targets of other lines, some of them repeatedly.
+  const std::vector<std::string_view>& led_to() const noexcept { return led_to_; }
 
   /// The names of the entries of the aliases.
   const std::unordered_set<std::string_view>& entries() const noexcept { return entries_; }
@@ -105,7 +105,7 @@ class Hints {
   std::string text_;
   std::string entries_text_;
   std::size_t lines_ = 0;
-  std::unordered_set<std::string_view> led_to_;
+  std::vector<std::string_view> led_to_;
   std::unordered_set<std::string_view> entries_;
   std::unordered_set<std::string> discarding_;
 };
@@ -153,37 +153,70 @@ void CacheMailboxes(const Hints& hints, const ShowProgress& progress) {
   inserts.Finish();
 }
 
-/// The mailboxes that may have aliases or forwards in the tables, or have some in the database.
-std::set<Key> MailboxesToRead(const Hints& hints) {
-  std::set<Key> keys;
-  std::shared_ptr<zeb_db::EmailTable> mailbox;
-  std::shared_ptr<zeb_db::EmailDomainTable> domain;
-  const auto add = [&](const std::string& address) {
-    if (email::FindByEmailName(address, mailbox, domain)) keys.insert(mailbox->id);
-  };
-  for (const std::string_view address : hints.led_to()) add(std::string(address));
-  for (const std::string_view entry : hints.entries()) {
-    for (std::size_t plus = entry.find('+'); plus != std::string_view::npos;
-         plus = entry.find('+', plus + 1)) {
-      add(std::string(entry.substr(0, plus)) + "@" + std::string(entry.substr(plus + 1)));
-    }
+/// Reads the aliases and forwards of mailboxes, of each once. The back-end walks over the whole
+/// table for each, so it is told which lines there are to see.
+class DeliveryReader {
+ public:
+  explicit DeliveryReader(std::string table) : table_(std::move(table)) {}
+
+  /// Of the mailbox with this address, if there is one.
+  void ReadOf(const std::string& address) {
+    if (email::FindByEmailName(address, mailbox_, domain_)) Read();
   }
-  for (const char* rows : {"email_alias", "email_forward"}) {
-    for (const std::string& key : Column(std::string("SELECT DISTINCT email FROM ") + rows)) {
-      keys.insert(std::stoll(key));
-    }
+
+  void ReadOf(Key key) {
+    if (read_.contains(key)) return;
+    mailbox_->Assert(std::to_string(key));
+    Read();
   }
-  return keys;
+
+  void Finish() {
+    aliases_.Finish();
+    forwards_.Finish();
+  }
+
+ private:
+  void Read() {
+    if (!read_.insert(mailbox_->id).second) return;
+    const conf::NarrowedWalk narrowed(table_, AddressOf(mailbox_));
+    BackEnd().CacheAliases(mailbox_);
+  }
+
+  std::string table_;
+  db::GatheredInserts aliases_{"email_alias", "email"};
+  db::GatheredInserts forwards_{"email_forward", "email"};
+  MailboxRow mailbox_ = zeb_db::GetCache().Get<zeb_db::EmailTable>();
+  DomainRow domain_ = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  std::unordered_set<Key> read_;
+};
+
+/// The addresses of which an entry of the aliases, such as "info+example.org", may be.
+std::vector<std::string> AddressesOf(std::string_view entry) {
+  std::vector<std::string> addresses;
+  for (std::size_t plus = entry.find('+'); plus != std::string_view::npos;
+       plus = entry.find('+', plus + 1)) {
+    addresses.push_back(std::string(entry.substr(0, plus)) + "@" +
+                        std::string(entry.substr(plus + 1)));
+  }
+  return addresses;
 }
 
-/// Has the back-end read the aliases and forwards of mailboxes. It walks over the whole table for
-/// each, so it is told which lines there are to see.
+/// Reads the aliases and forwards of the mailboxes that may have some in the tables, or have some
+/// in the database.
 void CacheAliases(const Hints& hints, const std::string& table) {
-  for (const Key key : MailboxesToRead(hints)) {
-    MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(std::to_string(key));
-    const conf::NarrowedWalk narrowed(table, AddressOf(mailbox));
-    BackEnd().CacheAliases(mailbox);
+  std::vector<std::string> have_some;
+  for (const char* rows : {"email_alias", "email_forward"}) {
+    for (std::string& key : Column(std::string("SELECT DISTINCT email FROM ") + rows)) {
+      have_some.push_back(std::move(key));
+    }
   }
+  DeliveryReader reader(table);
+  for (const std::string_view address : hints.led_to()) reader.ReadOf(std::string(address));
+  for (const std::string_view entry : hints.entries()) {
+    for (const std::string& address : AddressesOf(entry)) reader.ReadOf(address);
+  }
+  for (const std::string& key : have_some) reader.ReadOf(std::stoll(key));
+  reader.Finish();
 }
 
 /// Each mailbox that was read from a line that is an alias, and the mailbox to which that leads.

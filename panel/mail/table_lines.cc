@@ -5,16 +5,18 @@
 
 #include <algorithm>
 
+#include "panel/text/byte_set.h"
+
 namespace panel::mail {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
-constexpr std::string_view kSeparators = " \t\r,";
+constexpr ByteSet kBlanks(" \t\r");
+constexpr ByteSet kSeparators(" \t\r,");
 
 /// The next word of `rest`, which is shortened by it; empty at the end.
 std::string_view TakeWord(std::string_view& rest) {
-  rest.remove_prefix(std::min(rest.find_first_not_of(kSeparators), rest.size()));
-  const std::string_view word = rest.substr(0, rest.find_first_of(kSeparators));
+  rest.remove_prefix(kSeparators.CountIn(rest));
+  const std::string_view word = rest.substr(0, kSeparators.CountOutside(rest));
   rest.remove_prefix(word.size());
   return word;
 }
@@ -30,7 +32,7 @@ void ForEachTableLine(
     std::string_view rest = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     rest = rest.substr(0, rest.find('#'));
-    if (rest.empty() || kBlanks.find(rest.front()) != std::string_view::npos) continue;
+    if (rest.empty() || kBlanks.Has(rest.front())) continue;
     const std::string_view key = TakeWord(rest);
     targets.clear();
     for (std::string_view word = TakeWord(rest); !word.empty(); word = TakeWord(rest)) {

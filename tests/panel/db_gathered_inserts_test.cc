@@ -214,4 +214,102 @@ TEST_P(GatheredRows, ThatAreRefusedSpoilTheTransaction) {
   EXPECT_NE(ErrorOf([&] { transaction.Commit(); }), "no error");
 }
 
+/// The aliases of two mailboxes, gathered by mailbox; the first one has an alias before.
+class GatheredRowsOfOwners : public db_test::OnEachDatabase {
+ protected:
+  void SetUp() override {
+    db_test::OnEachDatabase::SetUp();
+    const std::int64_t domain = AddDomain("example.org");
+    info_ = AddMailbox(domain, "info");
+    shop_ = AddMailbox(domain, "shop");
+    AddAlias(info_, "before");
+  }
+
+  void DeleteAliasesOf(std::int64_t mailbox) {
+    cache().Get<zeb_db::EmailAliasTable>()->DbDelete("email=" + std::to_string(mailbox));
+  }
+
+  static std::string Aliases() { return RowsOf("SELECT name FROM email_alias ORDER BY id"); }
+
+  std::int64_t info_ = 0;
+  std::int64_t shop_ = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(On, GatheredRowsOfOwners, db_test::EachDatabase(), db_test::NameOfKind);
+
+TEST_P(GatheredRowsOfOwners, AreDeletedWhetherTheyWaitOrNot) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  const GatheredInserts inserts("email_alias", "email");
+  AddAlias(info_, "sales");
+  AddAlias(shop_, "orders");
+
+  DeleteAliasesOf(info_);
+  EXPECT_EQ(Aliases(), "orders\n");
+  DeleteAliasesOf(shop_);
+  EXPECT_EQ(Aliases(), "");
+}
+
+TEST_P(GatheredRowsOfOwners, StayWhenThoseOfAnotherAreDeleted) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  const GatheredInserts inserts("email_alias", "email");
+  AddAlias(info_, "sales");
+
+  DeleteAliasesOf(shop_);
+
+  EXPECT_EQ(Aliases(), "before\nsales\n");
+}
+
+TEST_P(GatheredRowsOfOwners, AreDeletedAlsoWhenAPlainStatementAddedThem) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  const GatheredInserts inserts("email_alias", "email");
+  cache().Query("INSERT INTO email_alias (name, email) VALUES ('orders', " + std::to_string(shop_) +
+                ")");
+
+  DeleteAliasesOf(shop_);
+
+  EXPECT_EQ(Aliases(), "before\n");
+}
+
+TEST_P(GatheredRowsOfOwners, AreDeletedAlsoWhenTheyCameFromAnother) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  const GatheredInserts inserts("email_alias", "email");
+  const auto alias = cache().Get<zeb_db::EmailAliasTable>();
+  ASSERT_TRUE(alias->name.Lookup("before"));
+  alias->email = shop_;
+  alias->Post();
+
+  DeleteAliasesOf(shop_);
+
+  EXPECT_EQ(Aliases(), "");
+}
+
+TEST_P(GatheredRowsOfOwners, AreDeletedByOtherConditionsToo) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  const GatheredInserts inserts("email_alias", "email");
+  AddAlias(shop_, "orders");
+
+  cache().Get<zeb_db::EmailAliasTable>()->DbDelete("id > 0 AND email = " + std::to_string(shop_));
+
+  EXPECT_EQ(Aliases(), "before\n");
+}
+
+TEST_P(GatheredRowsOfOwners, OfTwoTablesAreGatheredSideBySide) {
+  const Transaction transaction(database(), Transaction::Changes::kUnlisted);
+  GatheredInserts forwards("email_forward", "email");
+  {
+    GatheredInserts aliases("email_alias", "email");
+    AddAlias(info_, "sales");
+    const auto forward = cache().Get<zeb_db::EmailForwardTable>();
+    forward->New();
+    forward->name = "boss@example.net";
+    forward->email = info_;
+    forward->Post();
+    aliases.Finish();
+  }
+  forwards.Finish();
+
+  EXPECT_EQ(Aliases(), "before\nsales\n");
+  EXPECT_EQ(RowsOf("SELECT name FROM email_forward"), "boss@example.net\n");
+}
+
 }  // namespace

@@ -55,6 +55,7 @@ void AddSenderLists(CLI::App& app, Invocation& invocation);
 void AddWebDomains(CLI::App& app, Invocation& invocation);
 void AddSync(CLI::App& app, Invocation& invocation);
 void AddPostfixConfig(CLI::App& app, Invocation& invocation);
+void AddTransfer(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 void AddTrace(CLI::App& app, Invocation& invocation);
 

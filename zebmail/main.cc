@@ -105,6 +105,7 @@ Status Run(int argc, char** argv) {
   AddWebDomains(app, invocation);
   AddSync(app, invocation);
   AddPostfixConfig(app, invocation);
+  AddTransfer(app, invocation);
   AddCheck(app, invocation);
   AddTrace(app, invocation);
 

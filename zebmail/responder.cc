@@ -9,6 +9,7 @@
 
 #include "host/fen_err.h"
 #include "zebmail/change.h"
+#include "zebmail/input.h"
 #include "zebmail/invocation.h"
 
 namespace zebmail {
@@ -31,17 +32,12 @@ CLI::App& About(CLI::App& command, Arguments& arguments) {
 /// More than any text may have; what is longer is refused as a text.
 constexpr std::size_t kMostBytes = 1 << 20;
 
-/// The text of the file, or of standard input for "-".
 std::string ReadTextFile(const std::string& name) {
-  if (name.empty()) throw fen_err::Error("file", "--text-file", "names no file");
-  std::ifstream file;
-  if (name != "-") file.open(name, std::ios::binary);
-  std::istream& stream = name == "-" ? std::cin : file;
+  Input input("--text-file", name);
   std::string text(kMostBytes, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(stream.gcount()));
-  const bool is_read = stream.eof() && !stream.bad();
-  if (!is_read && text.size() < kMostBytes) throw fen_err::Error("file", name, "cannot be read");
+  input.stream().read(text.data(), static_cast<std::streamsize>(text.size()));
+  input.RequireRead();
+  text.resize(static_cast<std::size_t>(input.stream().gcount()));
   return text;
 }
 

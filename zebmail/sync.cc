@@ -13,10 +13,9 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
+#include "zebmail/progress.h"
 #include "zebmail/session.h"
 
 namespace zebmail {
@@ -58,22 +57,12 @@ void PrintDryRun(const Invocation& invocation, const Results& results,
   }
 }
 
-/// Draws a bar on standard error, when that is a terminal.
-panel::mail::ShowProgress ProgressBar(const Invocation& invocation) {
-  if (invocation.quiet || isatty(STDERR_FILENO) == 0) return {};
-  return [](std::size_t done, std::size_t all) {
-    constexpr std::size_t kWidth = 40;
-    const std::size_t filled = all == 0 ? kWidth : done * kWidth / all;
-    std::cerr << "\r[" << std::string(filled, '#') << std::string(kWidth - filled, ' ') << "] "
-              << done << " of " << all << (filled == kWidth ? "\r\033[K" : "") << std::flush;
-  };
-}
-
 Status Sync(const Invocation& invocation, bool allow_mass_delete) {
   panel::mail::Panel panel = OpenPanel(invocation);
   Results results;
   const auto work = [&] {
-    results = panel::mail::Synchronise({allow_mass_delete, ProgressBar(invocation)});
+    ProgressBar bar(invocation);
+    results = panel::mail::Synchronise({allow_mass_delete, bar.Show()});
   };
   if (invocation.dry_run) {
     const panel::mail::Rehearsal rehearsal = panel.Rehearse(work, false);

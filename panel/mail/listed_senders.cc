@@ -52,17 +52,6 @@ void DeleteRows(SenderList list, const std::string& value) {
            [&value](auto& row) { row.DbDelete("name = " + fen_db::Cache::EscapeValue(value)); });
 }
 
-/// The value in the form in which it is kept. A client with an IPv4 address in the guise of an IPv6
-/// one is to Postfix one with an IPv4 address.
-std::string Checked(SenderList list, const std::string& text) {
-  static const std::string kGuise = "::ffff:";
-  std::string value = text;
-  if (test::Ip6(value) && value.starts_with(kGuise)) value = value.substr(kGuise.size());
-  if (test::Ip(value) || test::Ip6(value) || test::Domain(value)) return value;
-  if (test::Email(value)) return LowerCase(value);
-  Refuse(NameOf(list), text, "is neither a mail address nor a domain nor an IP address");
-}
-
 /// Under what a value may stand in a table made by hand: that of a client has a prefix there, which
 /// is not in the value.
 std::vector<std::string> FormsOf(const std::string& value) {
@@ -129,9 +118,24 @@ std::vector<std::string> ListedAddresses(SenderList list, const std::string& dom
 
 }  // namespace
 
+/// A client with an IPv4 address in the guise of an IPv6
+/// one is to Postfix one with an IPv4 address.
+std::string CheckedSender(SenderList list, const std::string& text) {
+  static const std::string kGuise = "::ffff:";
+  std::string value = text;
+  if (test::Ip6(value) && value.starts_with(kGuise)) value = value.substr(kGuise.size());
+  if (test::Ip(value) || test::Ip6(value) || test::Domain(value)) return value;
+  if (test::Email(value)) return LowerCase(value);
+  Refuse(NameOf(list), text, "is neither a mail address nor a domain nor an IP address");
+}
+
+bool IsListed(SenderList list, const std::string& text) {
+  return Has(list, text) || Has(list, CheckedSender(list, text));
+}
+
 void AddToList(SenderList list, const std::vector<std::string>& values) {
   for (const std::string& text : values) {
-    const std::string value = Checked(list, text);
+    const std::string value = CheckedSender(list, text);
     if (Has(list, value)) throw fen_err::Error("exists", NameOf(list), InUnicode(value));
     RequireNoSuspension(value);
     DeleteRows(OtherThan(list), value);
@@ -144,7 +148,7 @@ void AddToList(SenderList list, const std::vector<std::string>& values) {
 /// made by hand may be no proper value.
 void RemoveFromList(SenderList list, const std::vector<std::string>& values) {
   for (const std::string& text : values) {
-    const std::string value = Has(list, text) ? text : Checked(list, text);
+    const std::string value = Has(list, text) ? text : CheckedSender(list, text);
     if (!Has(list, value)) throw fen_err::Error("missing", NameOf(list), text);
     RequireNoSuspension(value);
     DeleteRows(list, value);

@@ -24,6 +24,12 @@ void AddToList(SenderList list, const std::vector<std::string>& values);
 
 void RemoveFromList(SenderList list, const std::vector<std::string>& values);
 
+/// A value of the list in the form in which it is kept.
+std::string CheckedSender(SenderList list, const std::string& text);
+
+/// Whether the list has the value, as it is given or in the form in which it is kept.
+bool IsListed(SenderList list, const std::string& text);
+
 /// The values of the list, in the order of their texts.
 std::vector<std::string> ListSenders(SenderList list);
 

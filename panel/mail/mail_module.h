@@ -95,6 +95,11 @@ class MailModule {
   /// say otherwise. One that the mail server's table has, though the panel does not, is refused.
   void CreateDomain(const std::string& name, const DomainSettings& settings);
 
+  bool HasDomain(const std::string& name) const;
+
+  /// Whether the settings say anything else of the domain than the panel does.
+  bool IsChangedBy(const std::string& name, const DomainSettings& settings) const;
+
   /// A suspended domain stays suspended. The actions "error" and "ignore" forget the redirect.
   void UpdateDomain(const std::string& name, const DomainSettings& settings);
 
@@ -145,7 +150,13 @@ class MailModule {
   /// Ends the answering; the text is kept for the next time.
   void SwitchResponderOff(const std::string& address);
 
+  /// Gives the mailbox a text for the next time; its responder must be off.
+  void KeepResponderText(const std::string& address, const ResponderSettings& settings);
+
   Responder ShowResponder(const std::string& address) const;
+
+  /// The responders of the mailboxes of a domain that ever had one.
+  std::vector<Responder> ListResponders(const std::string& domain) const;
 
   /// What the user should know of the changes made, beside what became of them; whole lines.
   const std::vector<std::string>& warnings() const noexcept { return warnings_; }

@@ -97,6 +97,7 @@ void MailModule::RemoveAliases(const std::string& address, const Names& names) {
     dropped.push_back(DeleteRow<zeb_db::EmailAliasTable>(
         *mailbox, "alias", name,
         [&domain](const std::string& text) { return CheckedAlias(text, domain); }));
+    addresses_.NoteDeleted(dropped.back() + "@" + domain);
   }
   WriteDelivery(mailbox, dropped);
 }

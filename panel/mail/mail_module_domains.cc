@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <tuple>
 #include <utility>
 
 #include "host/fen_cf.h"
@@ -88,6 +89,20 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
   NoteForeignAddress(settings, *row);
   row->Post();
   BackEnd().CreateDomain(row);
+}
+
+bool MailModule::HasDomain(const std::string& name) const {
+  return zeb_db::GetCache().Get<zeb_db::EmailDomainTable>()->name.Lookup(CheckedDomainName(name));
+}
+
+bool MailModule::IsChangedBy(const std::string& name, const DomainSettings& settings) const {
+  const DomainRow row = FindDomain(name);
+  const auto values = [&row] {
+    return std::tuple(row->defaction.Str(), row->redirect.Str(), row->ip.Str(), row->users.Str());
+  };
+  const auto before = values();
+  ApplySettings(settings, *row);
+  return values() != before;
 }
 
 void MailModule::UpdateDomain(const std::string& name, const DomainSettings& settings) {

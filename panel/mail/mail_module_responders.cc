@@ -12,6 +12,11 @@
 namespace panel::mail {
 namespace {
 
+void Check(const ResponderSettings& settings) {
+  if (settings.subject) CheckSubject(*settings.subject);
+  if (settings.text) CheckText(*settings.text);
+}
+
 void WriteText(const zeb_db::EmailTable& mailbox, const ResponderSettings& settings) {
   const auto row = TextOf(mailbox);
   if (settings.subject) row->subject = *settings.subject;
@@ -31,11 +36,17 @@ bool SwitchOn(zeb_db::EmailResponderTable& row, const zeb_db::EmailTable& mailbo
   return was_off;
 }
 
+Responder Shown(MailboxRow& mailbox) {
+  const auto responder = ResponderOf(*mailbox);
+  const auto text = TextOf(*mailbox);
+  return {InUnicode(AddressOf(mailbox)), !responder->Eof() && responder->active,
+          text->subject.Str(), text->body.Str()};
+}
+
 }  // namespace
 
 void MailModule::SwitchResponderOn(const std::string& address, const ResponderSettings& settings) {
-  if (settings.subject) CheckSubject(*settings.subject);
-  if (settings.text) CheckText(*settings.text);
+  Check(settings);
   MailboxRow mailbox = FindMailbox(address);
   RequireActive(mailbox);
   RequireOwnLines(mailbox);
@@ -60,12 +71,26 @@ void MailModule::SwitchResponderOff(const std::string& address) {
   AfterCommit([key = static_cast<std::int64_t>(mailbox->id)] { RemoveResponderFolder(key); });
 }
 
+void MailModule::KeepResponderText(const std::string& address, const ResponderSettings& settings) {
+  Check(settings);
+  WriteText(*FindMailbox(address), settings);
+}
+
 Responder MailModule::ShowResponder(const std::string& address) const {
   MailboxRow mailbox = FindMailbox(address);
-  const auto responder = ResponderOf(*mailbox);
-  const auto text = TextOf(*mailbox);
-  return {InUnicode(AddressOf(mailbox)), !responder->Eof() && responder->active,
-          text->subject.Str(), text->body.Str()};
+  return Shown(mailbox);
+}
+
+std::vector<Responder> MailModule::ListResponders(const std::string& domain) const {
+  std::vector<Responder> responders;
+  for (const std::string& key :
+       Column("SELECT email.id FROM email JOIN responder_text ON responder_text.mailbox = email.id"
+              " WHERE email.domain = " +
+              FindDomain(domain)->id.AsString() + " ORDER BY email.id")) {
+    MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>(key);
+    responders.push_back(Shown(mailbox));
+  }
+  return responders;
 }
 
 }  // namespace panel::mail

@@ -20,6 +20,7 @@
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/responder_folder.h"
 #include "panel/mail/sync_differences.h"
+#include "panel/mail/sync_pass.h"
 #include "panel/mail/table_lines.h"
 #include "panel/mail/table_path.h"
 

@@ -27,7 +27,7 @@
 #include <string>
 #include <vector>
 
-#include "panel/mail/sync_pass.h"
+#include "panel/mail/progress.h"
 
 namespace panel::mail {
 

@@ -15,14 +15,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string_view>
 #include <unordered_set>
 
-namespace panel::mail {
+#include "panel/mail/progress.h"
 
-/// Called now and then with the steps taken and all steps.
-using ShowProgress = std::function<void(std::size_t done, std::size_t all)>;
+namespace panel::mail {
 
 class SyncPass {
  public:

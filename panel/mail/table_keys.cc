@@ -35,7 +35,17 @@ std::optional<std::string> TableKeys::FindOther(const std::string& key) {
   return Shown(places.second);
 }
 
+void TableKeys::NoteDeleted(const std::string& key) {
+  deleted_.insert(LowerCase(key));
+}
+
 TableKeys::Places TableKeys::Locate(const std::string& key) {
+  Places places = LocateInFile(key);
+  if (deleted_.contains(key)) places.DropFirst();
+  return places;
+}
+
+TableKeys::Places TableKeys::LocateInFile(const std::string& key) {
   if (!is_read_) Read();
   if (searches_++ < kMostSearches) return Search(key);
   if (keys_.empty()) Index();

@@ -7,7 +7,8 @@
 ///   that much is read here, and no more. The server takes names in either case of letters.
 ///
 ///   The file is read once, however many names one operation asks for; what the operation itself
-///   adds is in the database. A few names are searched for, and for many an index is made.
+///   adds is in the database, and what it takes out it tells. A few names are searched for, and for
+///   many an index is made.
 
 #pragma once
 
@@ -15,6 +16,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
+#include <utility>
 
 namespace panel::mail {
 
@@ -34,6 +37,9 @@ class TableKeys {
   /// first line with the very key, does not find that one; the mail server may well.
   std::optional<std::string> FindOther(const std::string& key);
 
+  /// The operation has taken the first line with the key out of the table.
+  void NoteDeleted(const std::string& key);
+
  private:
   static constexpr std::size_t kNowhere = std::string::npos;
 
@@ -44,11 +50,13 @@ class TableKeys {
 
     void Add(std::size_t place) { (first == kNowhere ? first : second) = place; }
     bool IsFull() const { return second != kNowhere; }
+    void DropFirst() { first = std::exchange(second, kNowhere); }
   };
 
   void Read();
   void Index();
   Places Locate(const std::string& key);
+  Places LocateInFile(const std::string& key);
   Places Search(const std::string& key) const;
   std::string_view KeyAt(std::size_t place) const;
   std::string Shown(std::size_t place) const;
@@ -63,6 +71,7 @@ class TableKeys {
 
   int searches_ = 0;
   std::unordered_map<std::string_view, Places> keys_;  ///< pieces of the text
+  std::unordered_set<std::string> deleted_;
 };
 
 }  // namespace panel::mail

@@ -9,6 +9,7 @@
 
 #include "host/fen_err.h"
 #include "panel/conf/narrowed_walk.h"
+#include "panel/conf/passed_over.h"
 
 namespace panel::conf {
 
@@ -111,7 +112,14 @@ void RecordSet::MoveTo(LineId line) {
 
 /// Stands on the first record of the type in `line` or behind it.
 void RecordSet::SeekFrom(LineId line) {
-  while (!line.IsNone() && !reader_.Read(type_, file_->text().Line(line))) line = NextLine(line);
+  const auto* const passed_over = PassedOver::Of(file_->path());
+  const auto is_passed_over = [passed_over](LineId one) {
+    return passed_over != nullptr && !one.IsAdded() && passed_over->contains(one.offset());
+  };
+  while (!line.IsNone() &&
+         (is_passed_over(line) || !reader_.Read(type_, file_->text().Line(line)))) {
+    line = NextLine(line);
+  }
   MoveTo(line);
 }
 

@@ -38,6 +38,10 @@ bool Has(SenderList list, const std::string& value) {
   return WithRows(list, [&value](auto& row) { return row.name.Lookup(value); });
 }
 
+std::vector<std::string> Rows(SenderList list) {
+  return Column("SELECT name FROM email_" + NameOf(list));
+}
+
 void AddRow(SenderList list, const std::string& value) {
   WithRows(list, [&value](auto& row) {
     row.New();
@@ -159,7 +163,7 @@ void RemoveFromList(SenderList list, const std::vector<std::string>& values) {
 /// Databases order texts in different ways, so this is done here. A value that a table made by hand
 /// has twice is shown once.
 std::vector<std::string> ListSenders(SenderList list) {
-  const std::vector<std::string> values = Column("SELECT name FROM email_" + NameOf(list));
+  const std::vector<std::string> values = Rows(list);
   const std::set<std::string> in_order(values.begin(), values.end());
   std::vector<std::string> shown;
   shown.reserve(in_order.size());
@@ -184,6 +188,30 @@ void DeleteVerdictsOfAddresses(const std::string& domain) {
   for (const std::string& address : ListedAddresses(SenderList::kWhite, domain)) {
     DeleteVerdict(SenderList::kWhite, address);
   }
+}
+
+/// The table is read now, not when the first key is looked for.
+ListsBefore::ListsBefore()
+    : white_(Rows(SenderList::kWhite)),
+      black_(Rows(SenderList::kBlack)),
+      verdicts_("accessdb", " \t\r\n") {
+  verdicts_.Read();
+}
+
+void ListsBefore::Restore() {
+  for (const SenderList list : {SenderList::kWhite, SenderList::kBlack}) {
+    for (const std::string& value : list == SenderList::kWhite ? white_ : black_) {
+      if (Has(list, value) || !IsOnlyHeldBack(value)) continue;
+      AddRow(list, value);
+      WriteVerdict(value);
+    }
+  }
+}
+
+bool ListsBefore::IsOnlyHeldBack(const std::string& value) {
+  if (FindSuspension(value)) return true;
+  const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  return domain->name.Lookup(value) && verdicts_.Find(value);
 }
 
 }  // namespace panel::mail

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/table_keys.h"
+
 namespace panel::mail {
 
 enum class SenderList { kWhite, kBlack };
@@ -43,5 +45,23 @@ void WriteVerdictsOfAddresses(const std::string& domain);
 /// Has the back-end take off the verdicts by which mail for a suspended domain's addresses would be
 /// taken: Postfix looks an address up before its domain. The rows stay.
 void DeleteVerdictsOfAddresses(const std::string& domain);
+
+/// What the lists say before the mail server's tables are read, for what these cannot tell: a
+/// verdict that gives way to a suspension stands nowhere, and that on a domain of the panel is
+/// taken out of the access table when the domain is read.
+class ListsBefore {
+ public:
+  ListsBefore();
+
+  /// Lists again what only these reasons have taken off.
+  void Restore();
+
+ private:
+  bool IsOnlyHeldBack(const std::string& value);
+
+  std::vector<std::string> white_;
+  std::vector<std::string> black_;
+  TableKeys verdicts_;
+};
 
 }  // namespace panel::mail

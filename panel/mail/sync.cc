@@ -15,8 +15,10 @@
 #include "host/str.h"
 #include "panel/conf/disk_file.h"
 #include "panel/conf/narrowed_walk.h"
+#include "panel/conf/passed_over.h"
 #include "panel/db/database.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/responder_folder.h"
 #include "panel/mail/sync_differences.h"
@@ -57,8 +59,10 @@ class Hints {
   Hints(const std::string& virtual_users, const std::string& aliases)
       : text_(conf::ReadWholeFile(virtual_users).bytes),
         entries_text_(conf::ReadWholeFile(aliases).bytes) {
+    for (const RepeatedLine& repeated : FindRepeatedLines(text_)) later_.insert(repeated.line);
     ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
       ++lines_;
+      if (later_.contains(static_cast<std::size_t>(key.data() - text_.data()))) return;
       if (Discards(targets)) discarding_.insert(WithPlainDomain(key));
       for (const std::string_view target : targets) {
         if (target != key && target.find('@') != std::string_view::npos) led_to_.push_back(target);
@@ -67,8 +71,10 @@ class Hints {
     ForEachTableLine(entries_text_, [this](std::string_view key, const auto&) {
       entries_.insert(key.substr(0, key.find(':')));
     });
-    KeepFirstLines();
   }
+
+  /// Where the lines stand whose key an earlier line has: Postfix goes by that one.
+  const std::unordered_set<std::size_t>& later_lines() const noexcept { return later_; }
 
   std::size_t lines() const noexcept { return lines_; }
 
@@ -92,20 +98,10 @@ class Hints {
     return !targets.empty() && targets.front() == kDiscard;
   }
 
-  /// Of several lines with one key the first counts.
-  void KeepFirstLines() {
-    if (discarding_.empty()) return;
-    std::unordered_set<std::string> seen;
-    ForEachTableLine(text_, [&](std::string_view key, const auto& targets) {
-      const std::string address = WithPlainDomain(key);
-      if (!discarding_.contains(address) || !seen.insert(address).second) return;
-      if (!Discards(targets)) discarding_.erase(address);
-    });
-  }
-
   std::string text_;
   std::string entries_text_;
   std::size_t lines_ = 0;
+  std::unordered_set<std::size_t> later_;
   std::vector<std::string_view> led_to_;
   std::unordered_set<std::string_view> entries_;
   std::unordered_set<std::string> discarding_;
@@ -342,16 +338,19 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   const bool is_changed = IsChanged(virtual_users);
   const SyncDifferences differences(is_changed ? SyncDifferences::Of::kEverything
                                                : SyncDifferences::Of::kSenderLists);
+  ListsBefore lists;
 
-  BackEnd().CacheDomains();
   if (is_changed) {
     const Hints hints(virtual_users, aliases);
+    const conf::PassedOver later_lines(virtual_users, hints.later_lines());
+    BackEnd().CacheDomains();
     CacheMailboxes(hints, options.progress);
     CacheAliases(hints, virtual_users);
     Settle(hints);
   }
   BackEnd().CacheWhitelist();
   BackEnd().CacheBlacklist();
+  lists.Restore();
 
   std::vector<SyncResult> results = differences.Compare();
   if (!options.allow_mass_delete) RequireNoMassDelete(results);

@@ -30,6 +30,9 @@ class TableKeys {
   TableKeys(const TableKeys&) = delete;
   TableKeys& operator=(const TableKeys&) = delete;
 
+  /// Reads the table now. Otherwise it is read when the first key is looked for.
+  void Read();
+
   /// Where the table has the key first, as "PATH:LINE"; nothing when it does not.
   std::optional<std::string> Find(const std::string& key);
 
@@ -53,7 +56,6 @@ class TableKeys {
     void DropFirst() { first = std::exchange(second, kNowhere); }
   };
 
-  void Read();
   void Index();
   Places Locate(const std::string& key);
   Places LocateInFile(const std::string& key);

@@ -3,12 +3,13 @@
 ///
 /// PURPOSE
 ///   What the mail module has to know of the table and cannot ask the back-end: which mailboxes
-///   some other line leads to, and which of them keep no mail. A line is a key and its targets;
-///   like the records of the back-end, it is read by itself, and of several lines with one key the
-///   first counts.
+///   some other line leads to, and which of them keep no mail. A line is a key and its targets, and
+///   like the records of the back-end it is read by itself. Of several lines with one key, in
+///   either case of letters, Postfix goes by the first.
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -22,5 +23,14 @@ void ForEachTableLine(
     std::string_view text,
     const std::function<void(std::string_view key, const std::vector<std::string_view>& targets)>&
         visit);
+
+/// A line whose key an earlier line has already, by their offsets in the text.
+struct RepeatedLine {
+  std::size_t line;
+  std::size_t first;
+};
+
+/// All such lines of `text`, in the order of their keys' hashes.
+std::vector<RepeatedLine> FindRepeatedLines(std::string_view text);
 
 }  // namespace panel::mail

@@ -446,6 +446,41 @@ TEST_F(SyncResponder, OfAnotherMailboxIsNeitherAForwardNorItsOwn) {
             "info@example.org  active  kept  off        -        boss@example.net\n");
 }
 
+TEST(SyncLines, OfOneKeyCountByTheFirstOfThem) {
+  const HandKeptPanel panel;
+  const std::string lines =
+      "@a.example\tdevnull\n"
+      "@a.example\tpostfix_err_nouser\n"
+      "info@a.example\tinfo@a.example\n"
+      "sales@a.example\tsales@a.example\n"
+      "sales@a.example\tinfo@a.example\n"
+      "shop@a.example\tinfo@a.example\n"
+      "Shop@a.example\tinfo@a.example\n"
+      "SHOP@a.example\tsales@a.example\n"
+      "on@a.example\ton@a.example\n"
+      "on@a.example\tpostfix_err_nouser\n"
+      "off@a.example\tpostfix_err_nouser\n"
+      "off@a.example\toff@a.example\n";
+  panel.SetTable("virtusertable", lines);
+
+  panel.Do({"sync"});
+
+  EXPECT_EQ(panel.State(),
+            "-- domains\n"
+            "NAME       STATE   DEFAULT ACTION  REDIRECT  IP\n"
+            "a.example  active  ignore          -         -\n"
+            "-- mailboxes\n"
+            "ADDRESS          STATE      MAIL  RESPONDER  ALIASES  FORWARDS\n"
+            "info@a.example   active     kept  off        shop     -\n"
+            "off@a.example    suspended  kept  off        -        -\n"
+            "on@a.example     active     kept  off        -        -\n"
+            "sales@a.example  active     kept  off        -        -\n"
+            "-- whitelist\n"
+            "-- blacklist\n");
+  EXPECT_EQ(panel.Table("virtusertable"), lines);
+  EXPECT_EQ(panel.Do({"sync"}), NothingNew());
+}
+
 TEST(SyncLines, InUpperCaseAreReadAsTheyStand) {
   const TablePanel panel(
       "Info@A.Example\tInfo@A.Example\n"
@@ -498,6 +533,51 @@ TEST(SyncLines, ThatAreNoRecordsAreNothing) {
 
   EXPECT_EQ(panel.Mailboxes(),
             kMailboxHeader + "info@a.example  active  kept  off        -        -\n");
+}
+
+TEST(SyncLists, KeepWhatGivesWayToASuspension) {
+  const HandKeptPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  panel.Do({"domain", "create", "b.example"});
+  panel.Do({"mailbox", "create", "info@b.example"});
+  panel.Do({"whitelist", "add", "friend@a.example", "info@b.example"});
+  panel.Do({"blacklist", "add", "a.example"});
+  panel.Do({"domain", "suspend", "a.example"});
+  panel.Do({"mailbox", "suspend", "info@b.example"});
+  panel.TouchTable();
+  const std::string access = panel.Table("access");
+
+  EXPECT_EQ(panel.Do({"sync"}), NothingNew());
+
+  EXPECT_EQ(panel.Table("access"), access);
+  EXPECT_EQ(panel.Do({"whitelist", "list"}), "friend@a.example\ninfo@b.example\n");
+  panel.Do({"domain", "resume", "a.example"});
+  EXPECT_EQ(panel.Lookup("access", "a.example"), "REJECT");
+  EXPECT_EQ(panel.Lookup("access", "friend@a.example"), "OK");
+}
+
+TEST(SyncLists, KeepTheVerdictOnADomainOfThePanel) {
+  const HandKeptPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  panel.Do({"blacklist", "add", "a.example"});
+  panel.TouchTable();
+
+  EXPECT_EQ(panel.Do({"sync"}), NothingNew());
+
+  EXPECT_EQ(panel.Lookup("access", "a.example"), "REJECT");
+}
+
+TEST(SyncLists, ForgetTheVerdictOnADomainOfThePanelThatWasTakenOutByHand) {
+  const HandKeptPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  panel.Do({"blacklist", "add", "a.example"});
+  panel.SetTable("access", "# by hand\n");
+  panel.TouchTable();
+
+  panel.Do({"sync"});
+
+  EXPECT_EQ(panel.Do({"blacklist", "list"}), "");
+  EXPECT_EQ(panel.Table("access"), "# by hand\n");
 }
 
 TEST(SyncAgain, ChangesNothing) {

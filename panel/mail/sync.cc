@@ -13,11 +13,13 @@
 #include "host/email.h"
 #include "host/fen_err.h"
 #include "host/str.h"
+#include "host/test.h"
 #include "panel/conf/disk_file.h"
 #include "panel/conf/narrowed_walk.h"
 #include "panel/conf/passed_over.h"
 #include "panel/db/database.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/bindings.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/responder_folder.h"
@@ -307,6 +309,34 @@ void SettleDefaultActions() {
   zeb_db::GetCache().Query("UPDATE email_domain SET defaction = 'error' WHERE defaction = ''");
 }
 
+std::set<std::string> UnboundDomains() {
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain WHERE ip = ''");
+  return {names.begin(), names.end()};
+}
+
+/// The back-end reads no IPv6 address from master.cf, nor does it take the lines of one away: a
+/// domain that was unbound before may well have them still.
+void SettleAddresses(const std::set<std::string>& unbound_before) {
+  const std::optional<Bindings> bindings = ReadBindings();
+  if (!bindings) return;
+  std::map<std::string, std::string> addresses;
+  for (const Service& service : bindings->services) {
+    if (test::Const<test::Ip6>(service.address.value_or(""))) {
+      addresses.emplace(service.name, *service.address);
+    }
+  }
+  if (addresses.empty()) return;
+  const DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  for (const std::string& name : UnboundDomains()) {
+    if (unbound_before.contains(name)) continue;
+    const auto address = addresses.find(ServiceOf(name));
+    if (address == addresses.end() || bindings->FindPattern(PatternOf(name)) == nullptr) continue;
+    row->name.Lookup(name);
+    row->ip = address->second;
+    row->Post();
+  }
+}
+
 void Settle(const Hints& hints) {
   SettleDefaultActions();
   SettleAliases();
@@ -342,11 +372,13 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
 
   if (is_changed) {
     const Hints hints(virtual_users, aliases);
+    const std::set<std::string> unbound = UnboundDomains();
     const conf::PassedOver later_lines(virtual_users, hints.later_lines());
     BackEnd().CacheDomains();
     CacheMailboxes(hints, options.progress);
     CacheAliases(hints, virtual_users);
     Settle(hints);
+    SettleAddresses(unbound);
   }
   BackEnd().CacheWhitelist();
   BackEnd().CacheBlacklist();

@@ -9,12 +9,14 @@
 /// WHAT IT ADDS TO THE BACK-END
 ///   The back-end takes each address line of a known domain for a mailbox. What its passes leave
 ///   open is settled here:
+///     - of several lines with one key the first counts, as for Postfix;
 ///     - a line that was read as an alias of a mailbox is no mailbox of its own, nor are the
-///     aliases
-///       of such a line lost: they become those of the mailbox at the end;
+///       aliases of such a line lost: they become those of the mailbox at the end;
 ///     - a mailbox whose own target is the discarding alias keeps no mail;
 ///     - the domain's line for unknown addresses is no alias;
-///     - a responder that the aliases do not have is off.
+///     - a responder that the aliases do not have is off;
+///     - an IPv6 address in master.cf is the domain's own;
+///     - what a sender list says of something suspended, or of a domain of the panel, stays.
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error("mass_delete", "domains" or "mailboxes", how many) when more than half of

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "host/fen_err.h"
+#include "panel/conf/passed_over.h"
 #include "tests/panel/sample_table.h"
 #include "tests/support/test_panel.h"
 
@@ -586,6 +587,37 @@ TEST_F(TableLines, AMissingFileReadsAsEmptyAndComesWithItsFirstRecord) {
 TEST_F(TableLines, AMissingFileThatIsNotToBeCreatedIsAnError) {
   EXPECT_EQ(ErrorOf([&] { SampleTable::Get<Pair>(path, false); }),
             "file: " + path + ": does not exist");
+}
+
+// Lines that are passed over
+
+TEST_F(TableLines, ThatArePassedOverAreNotWalkedOverButFound) {
+  Write("a = 1\nb = 2\na = 3\nc = 4\n");
+  {
+    const panel::conf::PassedOver passed_over(path, {0, 12});
+    EXPECT_EQ(Keys(), Strings({"b", "c"}));
+    EXPECT_TRUE(Open<Pair>()->Find("a"));
+  }
+  EXPECT_EQ(Keys(), Strings({"a", "b", "a", "c"}));
+}
+
+TEST_F(TableLines, OfAnotherFileAreNotPassedOver) {
+  Write("a = 1\n");
+  const panel::conf::PassedOver passed_over(path + ".other", {0});
+  EXPECT_EQ(Keys(), Strings({"a"}));
+}
+
+TEST_F(TableLines, ThatWereAddedMeanwhileAreNotPassedOver) {
+  Write("a = 1\n");
+  const panel::conf::PassedOver passed_over(path, {0});
+  Add("b", "2");
+  EXPECT_EQ(Keys(), Strings({"b"}));
+}
+
+TEST_F(TableLines, ArePassedOverByOneListAtATime) {
+  const panel::conf::PassedOver passed_over(path, {0});
+  EXPECT_EQ(ErrorOf([&] { const panel::conf::PassedOver other(path, {0}); }),
+            "operation: walk: lines are passed over already");
 }
 
 }  // namespace

@@ -72,22 +72,29 @@ State StateOf(const OwnPanel& panel) {
   return state;
 }
 
-/// Takes what is not known again after any synchronisation out of the state:
-///   - an IPv6 address, which is not read from master.cf;
+/// Takes what a database that had nothing of it before cannot know out of the state:
 ///   - the verdict on a domain of the panel itself, whose place in the access table is for its
 ///     suspension and is made free while it is not suspended;
 ///   - the verdict on a suspended mailbox, in whose place the suspension stands;
-///   - that a suspended domain's address is on the white list, which would let its mail in.
+///   - that a suspended domain's address is on the white list, which would let its mail in;
+///   - the default action of a suspended domain, whose line says "error" as long as it is;
+///   - whether a suspended mailbox drops its mail, since its line says something else;
+///   - responders, whose commands name the mailbox by a key of the first database.
 State Remembered(State state) {
   std::set<Json> own;
   std::set<std::string> suspended;
   for (Json& domain : state.domains) {
-    if (domain["ip"].get<std::string>().find(':') != std::string::npos) domain["ip"] = "";
     own.insert(domain["name"]);
-    if (!domain["active"]) suspended.insert(domain["name"]);
+    if (domain["active"]) continue;
+    suspended.insert(domain["name"]);
+    domain["defaction"] = "error";
+    domain["redirect"] = "";
   }
-  for (const Json& mailbox : state.mailboxes) {
-    if (!mailbox["active"]) own.insert(mailbox["address"]);
+  for (Json& mailbox : state.mailboxes) {
+    mailbox["responder"] = false;
+    if (mailbox["active"]) continue;
+    own.insert(mailbox["address"]);
+    mailbox["dropmail"] = false;
   }
   for (Json* const list : {&state.whitelist, &state.blacklist}) {
     Json kept = Json::array();
@@ -101,20 +108,10 @@ State Remembered(State state) {
   return state;
 }
 
-/// Takes besides what a database that had nothing of it before cannot know:
-///   - the default action of a suspended domain, whose line says "error" as long as it is;
-///   - whether a suspended mailbox drops its mail, since its line says something else;
-///   - responders, whose commands name the mailbox by a key of the first database.
-State RememberedFromNothing(State state) {
-  state = Remembered(std::move(state));
+/// Without IPv6 addresses: their lines stay in master.cf when a domain is unbound.
+State WithoutIp6(State state) {
   for (Json& domain : state.domains) {
-    if (domain["active"]) continue;
-    domain["defaction"] = "error";
-    domain["redirect"] = "";
-  }
-  for (Json& mailbox : state.mailboxes) {
-    if (!mailbox["active"]) mailbox["dropmail"] = false;
-    mailbox["responder"] = false;
+    if (domain["ip"].get<std::string>().find(':') != std::string::npos) domain["ip"] = "";
   }
   return state;
 }
@@ -233,7 +230,7 @@ TEST_P(RoundTrip, IntoAnEmptyDatabaseGivesTheSameState) {
   TakeEmptyDatabase();
   panel_.Do({"sync"});
 
-  EXPECT_EQ(StateOf(panel_), RememberedFromNothing(before)) << tables;
+  EXPECT_EQ(WithoutIp6(StateOf(panel_)), WithoutIp6(Remembered(before))) << tables;
 }
 
 TEST_P(RoundTrip, IntoThePanelsOwnDatabaseChangesNothing) {
@@ -243,7 +240,7 @@ TEST_P(RoundTrip, IntoThePanelsOwnDatabaseChangesNothing) {
 
   panel_.Do({"sync"});
 
-  EXPECT_EQ(StateOf(panel_), Remembered(before)) << tables;
+  EXPECT_EQ(StateOf(panel_), before) << tables;
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RoundTrip, testing::Range(1U, 7U));

@@ -1,0 +1,425 @@
+/// NAME
+///   transfer_test - the whole panel out as JSON Lines, and in again
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/zebmail/hand_kept_panel.h"
+
+namespace zebmail_test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string kWebDomain = R"({"type":"webdomain","name":"a.example","owner":1})"
+                               "\n";
+
+/// What `import` prints: "added changed unchanged", for each kind in the order of its lines.
+std::string Counts(const std::vector<std::string>& counts) {
+  const std::vector<std::string> kinds = {"webdomains", "domains", "mailboxes", "whitelist",
+                                          "blacklist"};
+  std::string text;
+  for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+    text += kinds[kind] + ": " + counts[kind].substr(0, 1) + " added, " +
+            counts[kind].substr(2, 1) + " changed, " + counts[kind].substr(4) + " unchanged\n";
+  }
+  return text;
+}
+
+class Transfer : public testing::Test {
+ protected:
+  std::string Import(const std::string& lines) { return panel_.Do({"import", "-"}, lines); }
+  std::string Export() { return panel_.Do({"export"}); }
+
+  /// How an import of the lines fails. It must leave everything as it was.
+  std::string FailureOf(const std::string& lines) {
+    const std::string before = Everything();
+    const CommandRun run = panel_.Run({"import", "-"}, lines);
+    EXPECT_EQ(run.status, 1) << run.output;
+    EXPECT_EQ(Everything(), before);
+    EXPECT_THAT(run.errors, StartsWith("zebmail: "));
+    return run.errors.substr(std::string("zebmail: ").size());
+  }
+
+  std::string Everything() { return Export() + panel_.MailboxTables() + panel_.Tables(); }
+
+  AnsweringPanel panel_;
+};
+
+/// A panel that has something of everything.
+class TransferOfAll : public Transfer {
+ protected:
+  TransferOfAll() {
+    panel_.Do({"webdomain", "add", "a.example", "--owner", "7"});
+    panel_.Do({"domain", "create", "a.example", "--default-action", "redir_email", "--redirect",
+               "info@a.example", "--owner", "7"});
+    panel_.Do({"domain", "create", "bücher.example", "--ip", "127.0.0.10"});
+    panel_.Do({"mailbox", "create", "info@a.example"});
+    panel_.Do({"alias", "add", "info@a.example", "sales", "shop"});
+    panel_.Do({"forward", "add", "info@a.example", "x@bücher.example", "y@c.example"});
+    panel_.Do({"responder", "on", "info@a.example", "--subject", "Away", "--text-file", "-"},
+              "I am \"away\".\n");
+    panel_.Do({"mailbox", "create", "drop@a.example", "--drop-mail"});
+    panel_.Do({"responder", "on", "drop@a.example", "--subject", "Later", "--text-file", "-"},
+              "Soon.\n");
+    panel_.Do({"responder", "off", "drop@a.example"});
+    panel_.Do({"mailbox", "create", "off@a.example"});
+    panel_.Do({"alias", "add", "off@a.example", "other"});
+    panel_.Do({"mailbox", "create", "info@bücher.example"});
+    panel_.Do({"whitelist", "add", "friend@c.example", "off@a.example", "x@bücher.example"});
+    panel_.Do({"blacklist", "add", "foe.example", "192.0.2.66", "2001:db8::1"});
+    panel_.Do({"mailbox", "suspend", "off@a.example"});
+    panel_.Do({"domain", "suspend", "bücher.example"});
+  }
+};
+
+TEST_F(TransferOfAll, IsALineForEachThing) {
+  EXPECT_EQ(
+      Export(),
+      R"({"type":"webdomain","name":"a.example","owner":7})"
+      "\n"
+      R"({"type":"domain","name":"a.example","active":true,"defaction":"redir_email",)"
+      R"("redirect":"info@a.example","ip":"","owner":7})"
+      "\n"
+      R"({"type":"mailbox","address":"drop@a.example","active":true,"dropmail":true,"aliases":[],)"
+      R"("forwards":[],"responder":false,"subject":"Later","text":"Soon.\n"})"
+      "\n"
+      R"({"type":"mailbox","address":"info@a.example","active":true,"dropmail":false,)"
+      R"("aliases":["sales","shop"],"forwards":["x@bücher.example","y@c.example"],)"
+      R"("responder":true,"subject":"Away","text":"I am \"away\".\n"})"
+      "\n"
+      R"({"type":"mailbox","address":"off@a.example","active":false,"dropmail":false,)"
+      R"("aliases":["other"],"forwards":[],"responder":false})"
+      "\n"
+      R"({"type":"domain","name":"bücher.example","active":false,"defaction":"error",)"
+      R"("redirect":"","ip":"127.0.0.10","owner":0})"
+      "\n"
+      R"({"type":"mailbox","address":"info@bücher.example","active":true,"dropmail":false,)"
+      R"("aliases":[],"forwards":[],"responder":false})"
+      "\n"
+      R"({"type":"whitelist","value":"friend@c.example"})"
+      "\n"
+      R"({"type":"whitelist","value":"off@a.example"})"
+      "\n"
+      R"({"type":"whitelist","value":"x@bücher.example"})"
+      "\n"
+      R"({"type":"blacklist","value":"192.0.2.66"})"
+      "\n"
+      R"({"type":"blacklist","value":"2001:db8::1"})"
+      "\n"
+      R"({"type":"blacklist","value":"foe.example"})"
+      "\n");
+}
+
+TEST_F(TransferOfAll, ComesBackWholeInAnEmptyPanel) {
+  const std::string lines = Export();
+  const AnsweringPanel other;
+
+  EXPECT_EQ(other.Do({"import", "-"}, lines),
+            Counts({"1 0 0", "2 0 0", "4 0 0", "3 0 0", "3 0 0"}));
+
+  EXPECT_EQ(other.Do({"export"}), lines);
+  EXPECT_EQ(other.Lookup("virtusertable", "sales@a.example"), "info@a.example");
+  EXPECT_EQ(other.Lookup("virtusertable", "off@a.example"), "postfix_err_nouser");
+  EXPECT_EQ(other.Lookup("access", "xn--bcher-kva.example"), "550 Account disabled");
+  EXPECT_EQ(other.Lookup("access", "foe.example"), "REJECT");
+  EXPECT_THAT(
+      other.Table("aliases"),
+      HasSubstr("info+a.example:\tx@xn--bcher-kva.example,y@c.example," + other.AnswerOf(2)));
+  EXPECT_EQ(other.Run({"check"}).status, 0);
+}
+
+TEST_F(TransferOfAll, IntoThePanelItselfChangesNothing) {
+  const std::string before = Everything();
+
+  EXPECT_EQ(Import(Export()), Counts({"0 0 1", "0 0 2", "0 0 4", "0 0 3", "0 0 3"}));
+
+  EXPECT_EQ(Everything(), before);
+}
+
+TEST_F(Transfer, OfAnEmptyPanelIsEmpty) {
+  EXPECT_EQ(Export(), "");
+  EXPECT_EQ(Import(""), Counts({"0 0 0", "0 0 0", "0 0 0", "0 0 0", "0 0 0"}));
+}
+
+TEST_F(Transfer, TakesLinesInAnyOrder) {
+  Import(R"({"type":"blacklist","value":"foe@a.example"})"
+         "\n\n"
+         R"({"type":"mailbox","address":"info@a.example","aliases":["sales"],"active":false})"
+         "\n"
+         R"({"type":"domain","name":"a.example","active":false})"
+         "\n");
+
+  EXPECT_EQ(panel_.MailboxTables(),
+            "-- virtusertable\n"
+            "@a.example\tpostfix_err_nouser\n"
+            "info@a.example\tpostfix_err_nouser\n"
+            "sales@a.example\tinfo@a.example\n"
+            "-- access\n"
+            "foe@a.example\tREJECT\n"
+            "info@a.example\t550 Account disabled\n"
+            "a.example\t550 Account disabled\n"
+            "-- aliases\n");
+}
+
+TEST_F(Transfer, GivesWhatALineLeavesOutToNewThings) {
+  Import(R"({"type":"domain","name":"a.example"})"
+         "\n"
+         R"({"type":"mailbox","address":"info@a.example"})");
+
+  EXPECT_EQ(Export(),
+            R"({"type":"domain","name":"a.example","active":true,"defaction":"error",)"
+            R"("redirect":"","ip":"","owner":0})"
+            "\n"
+            R"({"type":"mailbox","address":"info@a.example","active":true,"dropmail":false,)"
+            R"("aliases":[],"forwards":[],"responder":false})"
+            "\n");
+}
+
+TEST_F(TransferOfAll, LeavesAloneWhatALineLeavesOut) {
+  const std::string before = Everything();
+
+  Import(R"({"type":"domain","name":"a.example"})"
+         "\n"
+         R"({"type":"mailbox","address":"info@a.example"})");
+
+  EXPECT_EQ(Everything(), before);
+}
+
+TEST_F(TransferOfAll, ChangesWhatIsOtherwise) {
+  EXPECT_EQ(
+      Import(R"({"type":"webdomain","name":"a.example","owner":8})"
+             "\n"
+             R"({"type":"domain","name":"a.example","defaction":"ignore","active":false})"
+             "\n"
+             R"({"type":"domain","name":"bücher.example","ip":"","active":true})"
+             "\n"
+             R"({"type":"mailbox","address":"info@a.example","aliases":["shop","help"],)"
+             R"("forwards":[],"responder":false,"text":"Back soon.\n"})"
+             "\n"
+             R"({"type":"mailbox","address":"drop@a.example","dropmail":false,"responder":true})"
+             "\n"
+             R"({"type":"whitelist","value":"foe.example"})"
+             "\n"),
+      Counts({"0 1 0", "0 2 0", "0 2 0", "1 0 0", "0 0 0"}));
+
+  EXPECT_EQ(panel_.Do({"webdomain", "list"}), "NAME       OWNER\na.example  8\n");
+  EXPECT_EQ(panel_.Do({"domain", "list"}),
+            "NAME            STATE      DEFAULT ACTION  REDIRECT  IP\n"
+            "a.example       suspended  ignore          -         -\n"
+            "bücher.example  active     error           -         -\n");
+  EXPECT_EQ(panel_.Do({"mailbox", "list", "a.example"}),
+            "ADDRESS         STATE      MAIL  RESPONDER  ALIASES     FORWARDS\n"
+            "drop@a.example  active     kept  on         -           -\n"
+            "info@a.example  active     kept  off        shop, help  -\n"
+            "off@a.example   suspended  kept  off        other       -\n");
+  EXPECT_THAT(panel_.Do({"responder", "show", "info@a.example"}),
+              HasSubstr("subject: Away\n\nBack soon.\n"));
+  EXPECT_EQ(panel_.Do({"blacklist", "list"}), "192.0.2.66\n2001:db8::1\n");
+  EXPECT_EQ(panel_.Run({"check"}).status, 0);
+}
+
+TEST_F(TransferOfAll, ChangesASuspendedMailboxThatStaysSuspended) {
+  Import(R"({"type":"mailbox","address":"off@a.example","aliases":["new"]})");
+
+  EXPECT_EQ(panel_.Lookup("virtusertable", "off@a.example"), "postfix_err_nouser");
+  EXPECT_EQ(panel_.Lookup("virtusertable", "new@a.example"), "off@a.example");
+  EXPECT_EQ(panel_.Lookup("virtusertable", "other@a.example"), "");
+  EXPECT_EQ(panel_.Lookup("access", "off@a.example"), "550 Account disabled");
+}
+
+TEST_F(TransferOfAll, MovesAnAliasFromOneMailboxToAnother) {
+  Import(R"({"type":"mailbox","address":"drop@a.example","aliases":["sales"]})"
+         "\n"
+         R"({"type":"mailbox","address":"info@a.example","aliases":["shop"]})");
+
+  EXPECT_EQ(panel_.Lookup("virtusertable", "sales@a.example"), "drop@a.example");
+}
+
+TEST_F(Transfer, SavesEachTableOnceAndRunsOneToolForIt) {
+  const test_support::RecordingTool postmap(panel_.folder(), "postmap");
+  const test_support::RecordingTool postalias(panel_.folder(), "postalias");
+  panel_.Configure("postfix-postmap", postmap.path());
+  panel_.Configure("postfix-postalias", postalias.path());
+  std::string lines = R"({"type":"domain","name":"a.example"})"
+                      "\n";
+  for (int number = 0; number < 50; ++number) {
+    const std::string name = "m" + std::to_string(number);
+    lines += R"({"type":"mailbox","address":")" + name + R"(@a.example","aliases":["x-)" + name +
+             R"("],"forwards":["y@c.example"]})" + "\n";
+  }
+
+  Import(lines);
+
+  EXPECT_THAT(postmap.Runs(), ElementsAre(panel_.Path("panel/mail/virtusertable")));
+  EXPECT_THAT(postalias.Runs(), ElementsAre(panel_.Path("panel/mail/aliases")));
+}
+
+TEST_F(Transfer, ShowsWhatItWouldDoInADryRun) {
+  const CommandRun run =
+      panel_.Run({"--dry-run", "import", "-"}, R"({"type":"domain","name":"a.example"})");
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.output, HasSubstr("+@a.example\tpostfix_err_nouser\n"));
+  EXPECT_THAT(run.output, HasSubstr("database: insert email_domain: name=a.example"));
+  EXPECT_EQ(Export(), "");
+}
+
+TEST_F(Transfer, PrintsCountsAsJson) {
+  EXPECT_EQ(panel_.Do({"--json", "import", "-"}, kWebDomain),
+            R"({
+  "webdomains": {
+    "added": 1,
+    "changed": 0,
+    "unchanged": 0
+  },
+  "domains": {
+    "added": 0,
+    "changed": 0,
+    "unchanged": 0
+  },
+  "mailboxes": {
+    "added": 0,
+    "changed": 0,
+    "unchanged": 0
+  },
+  "whitelist": {
+    "added": 0,
+    "changed": 0,
+    "unchanged": 0
+  },
+  "blacklist": {
+    "added": 0,
+    "changed": 0,
+    "unchanged": 0
+  }
+}
+)");
+}
+
+TEST_F(Transfer, ShowsABarOnATerminalAndWipesItOut) {
+  panel_.folder().WriteText("lines.jsonl", kWebDomain);
+
+  const CommandRun run =
+      test_support::RunCommand({"script", "--quiet", "--return", "--command",
+                                std::string(ZEBMAIL_BINARY) + " --config " + panel_.config() +
+                                    " import " + panel_.Path("lines.jsonl"),
+                                "/dev/null"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.output, HasSubstr("\r[########################################] 2 of 2\r\033[K"));
+  EXPECT_THAT(run.output, HasSubstr("webdomains: 1 added"));
+}
+
+TEST_F(Transfer, ShowsNoBarWhereThereIsNoTerminal) {
+  EXPECT_EQ(panel_.Run({"import", "-"}, kWebDomain).errors, "");
+}
+
+TEST_F(Transfer, ReadsAFileAndNamesItInItsErrors) {
+  const std::string file = panel_.Path("lines.jsonl");
+  panel_.folder().WriteText("lines.jsonl", kWebDomain + "\n{}\n");
+
+  const CommandRun run = panel_.Run({"import", file});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: value: " + file + ":3: lacks the field \"type\"\n");
+  EXPECT_EQ(Export(), "");
+}
+
+TEST_F(Transfer, RefusesAFileThatCannotBeRead) {
+  EXPECT_EQ(
+      panel_.Run({"import", panel_.Path("none")}).errors,
+      "zebmail: file: " + panel_.Path("none") + ": cannot be read: No such file or directory\n");
+  EXPECT_EQ(panel_.Run({"import", panel_.Path("panel")}).errors,
+            "zebmail: file: " + panel_.Path("panel") + ": cannot be read\n");
+  EXPECT_EQ(panel_.Run({"import", ""}).errors, "zebmail: file: FILE: names no file\n");
+}
+
+TEST_F(Transfer, RefusesTheWholeForOneBadLine) {
+  const std::string good = R"({"type":"domain","name":"a.example"})"
+                           "\n"
+                           R"({"type":"mailbox","address":"info@a.example"})"
+                           "\n";
+
+  EXPECT_EQ(FailureOf(good + R"({"type":"mailbox","address":"info@b.example"})"),
+            "missing: standard input:3: domain: b.example\n");
+  EXPECT_EQ(FailureOf(good + R"({"type":"mailbox","address":"shop@a.example","aliases":["info"]})"),
+            "exists: standard input:3: alias: info@a.example is a mailbox\n");
+  EXPECT_EQ(FailureOf(good + R"({"type":"mailbox","address":"a b@a.example"})"),
+            "value: standard input:3: mailbox: \"a b@a.example\" is not a mail address\n");
+  EXPECT_EQ(FailureOf(good + R"({"type":"mailbox","address":"x@a.example","forwards":["| rm"]})"),
+            "value: standard input:3: forward: \"| rm\" is not a mail address\n");
+  EXPECT_EQ(FailureOf(good + R"({"type":"domain","name":"c.example","defaction":"drop"})"),
+            "value: standard input:3: default action: \"drop\" is none of error, ignore, "
+            "redir_email, redir_domain\n");
+  EXPECT_EQ(
+      FailureOf(good + R"({"type":"blacklist","value":"foe\n@c.example"})"),
+      "value: standard input:3: blacklist: \"foe\\n@c.example\" is neither a mail address nor a "
+      "domain nor an IP address\n");
+}
+
+TEST_F(Transfer, RefusesTwoLinesOfOneThing) {
+  EXPECT_EQ(
+      FailureOf(R"({"type":"domain","name":"bücher.example"})"
+                "\n"
+                R"({"type":"domain","name":"xn--bcher-kva.example"})"),
+      "exists: standard input:2: domain: bücher.example is in standard input:1 already; leave "
+      "one of the two lines\n");
+  EXPECT_EQ(
+      FailureOf(R"({"type":"domain","name":"a.example"})"
+                "\n"
+                R"({"type":"mailbox","address":"info@a.example"})"
+                "\n"
+                R"({"type":"mailbox","address":"INFO@A.example"})"),
+      "exists: standard input:3: mailbox: info@a.example is in standard input:2 already; leave "
+      "one of the two lines\n");
+  EXPECT_EQ(
+      FailureOf(R"({"type":"whitelist","value":"friend.example"})"
+                "\n"
+                R"({"type":"blacklist","value":"friend.example"})"),
+      "exists: standard input:2: sender: friend.example is in standard input:1 already; leave "
+      "one of the two lines\n");
+}
+
+TEST_F(Transfer, RefusesWhatIsNoLineOfAPanel) {
+  const std::string place = "value: standard input:1: ";
+  EXPECT_THAT(FailureOf("a.example\n"), StartsWith(place + "is no JSON: parse error at line 1"));
+  EXPECT_THAT(FailureOf("{\"type\":\"domain\",\"name\":\"\xff\"}"),
+              StartsWith(place + "is no JSON"));
+  EXPECT_EQ(FailureOf("[]"), place + "is no JSON object\n");
+  EXPECT_EQ(FailureOf("{}"), place + "lacks the field \"type\"\n");
+  EXPECT_EQ(FailureOf(R"({"type":1})"), place + "\"type\" is not a text\n");
+  EXPECT_EQ(FailureOf(R"({"type":"user"})"), place + "has the unknown type \"user\"\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain"})"), place + "lacks the field \"name\"\n");
+  EXPECT_EQ(FailureOf(R"({"type":"webdomain","name":"a.example"})"),
+            place + "lacks the field \"owner\"\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain","name":"a.example","activ":true})"),
+            place + "has an unknown field \"activ\"\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain","name":"a.example","name":"b.example"})"),
+            place + "has the field \"name\" twice\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain","name":"a.example","active":"yes"})"),
+            place + "\"active\" is not true or false\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain","name":"a.example","owner":-1})"),
+            place + "\"owner\" is not a whole number that is not negative\n");
+  EXPECT_EQ(FailureOf(R"({"type":"domain","name":"a.example","owner":9223372036854775808})"),
+            place + "\"owner\" is not a whole number that is not negative\n");
+  EXPECT_EQ(FailureOf(R"({"type":"mailbox","address":"x@a.example","aliases":"x"})"),
+            place + "\"aliases\" is not a list of texts\n");
+  EXPECT_EQ(FailureOf(R"({"type":"mailbox","address":"x@a.example","aliases":[1]})"),
+            place + "\"aliases\" is not a list of texts\n");
+}
+
+TEST_F(Transfer, RefusesAResponderWithABadText) {
+  EXPECT_THAT(FailureOf(R"({"type":"domain","name":"a.example"})"
+                        "\n"
+                        R"({"type":"mailbox","address":"x@a.example","subject":"a\nBcc: x"})"),
+              StartsWith("value: standard input:2: subject: "));
+}
+
+}  // namespace
+}  // namespace zebmail_test

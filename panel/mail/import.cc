@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 #include <unordered_map>
+#include <utility>
 
 #include "host/fen_err.h"
 #include "panel/db/web_domain.h"
@@ -79,7 +80,7 @@ struct MailboxChange {
   bool drop_mail;
   bool responder;  ///< switches it, or gives it another text
 
-  MailboxChange(const MailboxLine& said, const Mailbox& now, const Responder& answer)
+  MailboxChange(const MailboxLine& said, const Mailbox& now, bool is_new_answer)
       : aliases(Between(now.aliases, said.aliases,
                         [domain = CheckedMailbox(now.address).domain](const std::string& name) {
                           return CheckedAlias(name, domain);
@@ -88,9 +89,7 @@ struct MailboxChange {
             now.forwards, said.forwards,
             [](const std::string& name) { return InUnicode(CheckedAddress("forward", name)); })),
         drop_mail(said.drop_mail.value_or(now.drop_mail) != now.drop_mail),
-        responder(said.responder.value_or(now.responder) != now.responder ||
-                  said.answer.subject.value_or(answer.subject) != answer.subject ||
-                  said.answer.text.value_or(answer.text) != answer.text) {}
+        responder(is_new_answer || said.responder.value_or(now.responder) != now.responder) {}
 
   bool IsAny() const { return drop_mail || responder || !aliases.IsNone() || !forwards.IsNone(); }
 };
@@ -138,6 +137,8 @@ class Importer {
   void BringIn(const ImportLine& line, const SenderLine& said);
   void Create(const ImportLine& line, const MailboxLine& said);
   void BeginChange(const ImportLine& line, const MailboxLine& said, const Mailbox& now);
+  bool GivesNewAnswer(const MailboxLine& said) const;
+  Mailbox Now(const std::string& address);
   void Deliver(const MailboxTask& task);
   void Suspend(const MailboxTask& task);
   void Suspend(const ImportLine& line, const DomainLine& said);
@@ -147,6 +148,12 @@ class Importer {
   const ShowProgress& progress_;
   std::size_t done_ = 0;
 
+  /// The mailboxes of a domain before the import, once many were asked for.
+  struct DomainBefore {
+    std::size_t asked = 0;
+    std::unordered_map<std::string, Mailbox> mailboxes;
+  };
+  std::unordered_map<std::string, DomainBefore> before_;
   std::vector<MailboxTask> tasks_;
   ImportResult web_domains_{"webdomains"};
   ImportResult domains_{"domains"};
@@ -233,8 +240,23 @@ void Importer::BringIn(const ImportLine& line, const MailboxLine& said) {
     ++mailboxes_.added;
     return;
   }
-  const Mailbox now = mail_.ShowMailbox(said.address);
-  BeginChange(line, said, now);
+  BeginChange(line, said, Now(said.address));
+}
+
+/// Where a domain has many lines its mailboxes are listed together, which costs about as much as
+/// showing a few of them.
+Mailbox Importer::Now(const std::string& address) {
+  constexpr std::size_t kFew = 8;
+  const MailboxName name = CheckedMailbox(address);
+  DomainBefore& domain = before_[name.domain];
+  if (++domain.asked <= kFew) return mail_.ShowMailbox(address);
+  if (domain.mailboxes.empty()) {
+    for (Mailbox& mailbox : mail_.ListMailboxes(name.domain)) {
+      domain.mailboxes.emplace(mailbox.address, std::move(mailbox));
+    }
+  }
+  const auto found = domain.mailboxes.find(InUnicode(name.Address()));
+  return found == domain.mailboxes.end() ? mail_.ShowMailbox(address) : found->second;
 }
 
 void Importer::Create(const ImportLine& line, const MailboxLine& said) {
@@ -246,7 +268,7 @@ void Importer::Create(const ImportLine& line, const MailboxLine& said) {
 
 /// Takes away what the mailbox is to lose. While it is suspended nothing can be changed.
 void Importer::BeginChange(const ImportLine& line, const MailboxLine& said, const Mailbox& now) {
-  const MailboxChange change(said, now, mail_.ShowResponder(said.address));
+  const MailboxChange change(said, now, GivesNewAnswer(said));
   const bool is_active = said.active.value_or(now.active);
   if (!change.IsAny() && is_active == now.active) {
     ++mailboxes_.unchanged;
@@ -259,6 +281,13 @@ void Importer::BeginChange(const ImportLine& line, const MailboxLine& said, cons
   if (!change.forwards.removed.empty()) mail_.RemoveForwards(said.address, change.forwards.removed);
   tasks_.push_back(
       {line, said, change.aliases.added, change.forwards.added, change.responder, !is_active});
+}
+
+bool Importer::GivesNewAnswer(const MailboxLine& said) const {
+  if (!said.answer.subject && !said.answer.text) return false;
+  const Responder now = mail_.ShowResponder(said.address);
+  return said.answer.subject.value_or(now.subject) != now.subject ||
+         said.answer.text.value_or(now.text) != now.text;
 }
 
 void Importer::Deliver(const MailboxTask& task) {

@@ -27,6 +27,7 @@
 #include "panel/mail/sync_pass.h"
 #include "panel/mail/table_lines.h"
 #include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
@@ -61,7 +62,9 @@ class Hints {
   Hints(const std::string& virtual_users, const std::string& aliases)
       : text_(conf::ReadWholeFile(virtual_users).bytes),
         entries_text_(conf::ReadWholeFile(aliases).bytes) {
-    for (const RepeatedLine& repeated : FindRepeatedLines(text_)) later_.insert(repeated.line);
+    for (const Repeat& repeat : TextTable(virtual_users, Format::kPostmap).FindRepeats()) {
+      later_.insert(repeat.offset);
+    }
     ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
       ++lines_;
       if (later_.contains(static_cast<std::size_t>(key.data() - text_.data()))) return;

@@ -4,9 +4,7 @@
 #include "panel/mail/table_lines.h"
 
 #include <algorithm>
-#include <map>
 
-#include "panel/mail/names.h"
 #include "panel/text/byte_set.h"
 
 namespace panel::mail {
@@ -21,28 +19,6 @@ std::string_view TakeWord(std::string_view& rest) {
   const std::string_view word = rest.substr(0, kSeparators.CountOutside(rest));
   rest.remove_prefix(word.size());
   return word;
-}
-
-/// A line that has a key, by its offset in the text, and the hash of its key in lower case.
-struct Keyed {
-  std::size_t hash;
-  std::size_t line;
-
-  auto operator<=>(const Keyed&) const = default;
-};
-
-std::vector<Keyed> ListKeyedLines(std::string_view text) {
-  std::vector<Keyed> lines;
-  ForEachTableLine(text, [&](std::string_view key, const auto&) {
-    const auto line = static_cast<std::size_t>(key.data() - text.data());
-    lines.push_back({std::hash<std::string>{}(LowerCase(std::string(key))), line});
-  });
-  return lines;
-}
-
-std::string KeyAt(std::string_view text, std::size_t line) {
-  std::string_view rest = text.substr(line);
-  return LowerCase(std::string(TakeWord(rest)));
 }
 
 }  // namespace
@@ -64,25 +40,6 @@ void ForEachTableLine(
     }
     visit(key, targets);
   }
-}
-
-std::vector<RepeatedLine> FindRepeatedLines(std::string_view text) {
-  std::vector<Keyed> lines = ListKeyedLines(text);
-  std::sort(lines.begin(), lines.end());
-  std::vector<RepeatedLine> repeated;
-  for (auto begin = lines.begin(); begin != lines.end();) {
-    const auto end = std::find_if(
-        begin, lines.end(), [hash = begin->hash](const Keyed& line) { return line.hash != hash; });
-    if (end - begin > 1) {
-      std::map<std::string, std::size_t> firsts;
-      for (; begin != end; ++begin) {
-        const auto [first, is_new] = firsts.emplace(KeyAt(text, begin->line), begin->line);
-        if (!is_new) repeated.push_back({begin->line, first->second});
-      }
-    }
-    begin = end;
-  }
-  return repeated;
 }
 
 }  // namespace panel::mail

@@ -3,13 +3,11 @@
 ///
 /// PURPOSE
 ///   What the mail module has to know of the table and cannot ask the back-end: which mailboxes
-///   some other line leads to, and which of them keep no mail. A line is a key and its targets, and
-///   like the records of the back-end it is read by itself. Of several lines with one key, in
-///   either case of letters, Postfix goes by the first.
+///   some other line leads to, and which of them keep no mail. A line is a key and its targets; like
+///   the records of the back-end, it is read by itself.
 
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -23,14 +21,5 @@ void ForEachTableLine(
     std::string_view text,
     const std::function<void(std::string_view key, const std::vector<std::string_view>& targets)>&
         visit);
-
-/// A line whose key an earlier line has already, by their offsets in the text.
-struct RepeatedLine {
-  std::size_t line;
-  std::size_t first;
-};
-
-/// All such lines of `text`, in the order of their keys' hashes.
-std::vector<RepeatedLine> FindRepeatedLines(std::string_view text);
 
 }  // namespace panel::mail

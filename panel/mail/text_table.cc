@@ -1,0 +1,241 @@
+/// NAME
+///   text_table - a text table as postmap(1) or postalias(1) reads it
+
+#include "panel/mail/text_table.h"
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+#include <utility>
+
+#include "panel/conf/disk_file.h"
+#include "panel/mail/names.h"
+
+namespace panel::mail {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\v\f";
+
+bool IsBlank(char character) {
+  return kBlanks.find(character) != std::string_view::npos;
+}
+
+std::string_view Trimmed(std::string_view text) {
+  const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+  const std::size_t end = text.find_last_not_of(kBlanks) + 1;
+  return text.substr(begin, end > begin ? end - begin : 0);
+}
+
+std::string_view LineAt(std::string_view text, std::size_t offset) {
+  return text.substr(offset, text.find('\n', offset) - offset);
+}
+
+/// Whether Postfix skips the line wherever it stands.
+bool IsSkipped(std::string_view line) {
+  const std::size_t begin = line.find_first_not_of(kBlanks);
+  return begin == std::string_view::npos || line[begin] == '#';
+}
+
+/// Where the first character that `ends` is outside of double quotes; the size when there is none.
+template <class Ends>
+std::size_t FindUnquoted(std::string_view line, const Ends& ends) {
+  bool is_quoted = false;
+  for (std::size_t place = 0; place < line.size(); ++place) {
+    const char character = line[place];
+    if (character == '\\') {
+      ++place;
+    } else if (character == '"') {
+      is_quoted = !is_quoted;
+    } else if (!is_quoted && ends(character)) {
+      return place;
+    }
+  }
+  return line.size();
+}
+
+std::size_t KeyEnd(std::string_view line, Format format) {
+  return FindUnquoted(line, [format](char character) {
+    return format == Format::kPostmap ? IsBlank(character) : character == ':';
+  });
+}
+
+/// postalias takes the quotes off its keys and leaves one blank between their words.
+std::string Unquoted(std::string_view key) {
+  std::string text;
+  bool is_quoted = false;
+  for (std::size_t place = 0; place < key.size(); ++place) {
+    const char character = key[place];
+    if (character == '"') {
+      is_quoted = !is_quoted;
+    } else if (character == '\\' && place + 1 < key.size()) {
+      text += key[++place];
+    } else if (is_quoted || !IsBlank(character)) {
+      text += character;
+    } else if (!text.ends_with(' ')) {
+      text += ' ';
+    }
+  }
+  return text;
+}
+
+/// The key by which Postfix finds the line.
+std::string KeyOf(std::string_view line, Format format) {
+  const std::string_view key = Trimmed(line.substr(0, KeyEnd(line, format)));
+  return LowerCase(format == Format::kPostmap ? std::string(key) : Unquoted(key));
+}
+
+std::uint32_t Hash(std::string_view key) {
+  std::uint32_t hash = 2166136261U;
+  for (const char character : key) {
+    hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
+  }
+  return hash;
+}
+
+/// The number of bytes of the UTF-8 character that begins `text`; 0 when none does.
+std::size_t CharacterSize(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text.front());
+  const std::size_t size = first < 0x80   ? 1
+                           : first < 0xc2 ? 0
+                           : first < 0xe0 ? 2
+                           : first < 0xf0 ? 3
+                           : first < 0xf5 ? 4
+                                          : 0;
+  if (size > text.size()) return 0;
+  for (std::size_t place = 1; place < size; ++place) {
+    if ((static_cast<unsigned char>(text[place]) & 0xc0) != 0x80) return 0;
+  }
+  return size;
+}
+
+/// Postfix skips a line that is not UTF-8.
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t size = CharacterSize(text);
+    if (size == 0) return false;
+    text.remove_prefix(size);
+  }
+  return true;
+}
+
+}  // namespace
+
+TextTable::TextTable(std::string path, Format format) : path_(std::move(path)), format_(format) {}
+
+std::optional<Entry> TextTable::Find(const std::string& key) {
+  if (!is_read_) Read();
+  const std::string wanted = LowerCase(key);
+  const std::uint32_t hash = Hash(wanted);
+  auto place =
+      std::lower_bound(places_.begin(), places_.end(), hash,
+                       [](const Place& one, std::uint32_t that) { return one.hash < that; });
+  std::optional<Entry> first;
+  for (; place != places_.end() && place->hash == hash; ++place) {
+    if (KeyOf(LineAt(text_, place->offset), format_) != wanted) continue;
+    std::optional<Entry> entry = EntryAt(*place);
+    if (!entry) continue;
+    if (first) {
+      first->ignored.push_back(entry->line);
+    } else {
+      first = std::move(entry);
+    }
+  }
+  return first;
+}
+
+std::vector<Repeat> TextTable::FindRepeats() {
+  if (!is_read_) Read();
+  std::vector<Repeat> repeats;
+  for (auto begin = places_.begin(); begin != places_.end();) {
+    const auto end = std::find_if(
+        begin, places_.end(), [hash = begin->hash](const Place& one) { return one.hash != hash; });
+    if (end - begin > 1) AddRepeats({begin, end}, repeats);
+    begin = end;
+  }
+  std::sort(repeats.begin(), repeats.end(),
+            [](const Repeat& left, const Repeat& right) { return left.line < right.line; });
+  return repeats;
+}
+
+/// Adds the repeats among `places`, which have one hash.
+void TextTable::AddRepeats(std::span<const Place> places, std::vector<Repeat>& repeats) const {
+  std::map<std::string, std::size_t> first_lines;
+  for (const Place& place : places) {
+    if (!EntryAt(place)) continue;
+    std::string key = KeyOf(LineAt(text_, place.offset), format_);
+    const auto [first, is_new] = first_lines.emplace(key, place.line);
+    if (!is_new) repeats.push_back({place.line, place.offset, first->second, std::move(key)});
+  }
+}
+
+std::vector<Oddity> TextTable::FindOddities() {
+  if (!is_read_) Read();
+  std::vector<Oddity> oddities;
+  if (orphan_ != 0) oddities.push_back({Oddity::Kind::kContinuesNothing, orphan_, ""});
+  for (const Place& place : places_) {
+    const bool is_entry = EntryAt(place).has_value();
+    if (is_entry && !IsContinued(place.offset)) continue;
+    oddities.push_back({is_entry ? Oddity::Kind::kContinued : Oddity::Kind::kNoEntry, place.line,
+                        KeyOf(LineAt(text_, place.offset), format_)});
+  }
+  std::sort(oddities.begin(), oddities.end(),
+            [](const Oddity& left, const Oddity& right) { return left.line < right.line; });
+  return oddities;
+}
+
+void TextTable::Read() {
+  text_ = conf::ReadWholeFile(path_).bytes;
+  std::uint32_t number = 1;
+  for (std::size_t offset = 0; offset < text_.size(); ++number) {
+    const std::string_view line = LineAt(text_, offset);
+    if (!IsSkipped(line) && !IsBlank(line.front())) {
+      places_.push_back({Hash(KeyOf(line, format_)), number, offset});
+    } else if (!IsSkipped(line) && places_.empty() && orphan_ == 0) {
+      orphan_ = number;
+    }
+    offset += line.size() + 1;
+  }
+  std::sort(places_.begin(), places_.end(), [](const Place& left, const Place& right) {
+    return std::tie(left.hash, left.offset) < std::tie(right.hash, right.offset);
+  });
+  is_read_ = true;
+}
+
+/// Where the next line begins that means something; the size of the text when there is none.
+std::size_t TextTable::NextLine(std::size_t offset) const {
+  do {
+    offset += LineAt(text_, offset).size() + 1;
+  } while (offset < text_.size() && IsSkipped(LineAt(text_, offset)));
+  return std::min(offset, text_.size());
+}
+
+/// Comments and empty lines between a line and its continuations do not end it.
+bool TextTable::IsContinued(std::size_t offset) const {
+  const std::size_t next = NextLine(offset);
+  return next < text_.size() && IsBlank(text_[next]);
+}
+
+/// The line with its continuations. A NUL ends it for Postfix.
+std::string TextTable::LogicalLine(std::size_t offset) const {
+  std::string logical(LineAt(text_, offset));
+  while (IsContinued(offset)) {
+    offset = NextLine(offset);
+    logical += LineAt(text_, offset);
+  }
+  return logical.substr(0, logical.find('\0'));
+}
+
+/// Nothing for a line that postmap or postalias skips with a warning.
+std::optional<Entry> TextTable::EntryAt(const Place& place) const {
+  const std::string line = LogicalLine(place.offset);
+  const std::size_t end = KeyEnd(line, format_);
+  if (end == line.size() || !IsUtf8(line)) return std::nullopt;
+  const std::string_view key = Trimmed(std::string_view(line).substr(0, end));
+  const std::string_view value = Trimmed(std::string_view(line).substr(end + 1));
+  if (key.empty() || value.empty()) return std::nullopt;
+  const bool is_local = FindUnquoted(key, [](char one) { return one == '@'; }) == key.size();
+  if (format_ == Format::kPostalias && !is_local) return std::nullopt;
+  return Entry{place.line, std::string(key), std::string(value), {}};
+}
+
+}  // namespace panel::mail

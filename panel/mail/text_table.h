@@ -1,0 +1,98 @@
+/// NAME
+///   text_table - a text table as postmap(1) or postalias(1) reads it
+///
+/// PURPOSE
+///   Tells what Postfix would find for a key if its map were built of the present text. Other than
+///   the back-end, which reads lines by themselves, this reads what Postfix reads: a line that
+///   begins with a blank continues the one before, "#" begins a comment at the beginning of a line
+///   only, keys match in any case of letters, and of several entries with one key the first counts.
+///
+/// COST
+///   The file is read when the first key is asked for, in one pass that notes where the keys stand.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace panel::mail {
+
+enum class Format {
+  kPostmap,    ///< key, blank, value
+  kPostalias,  ///< key, ":", value
+};
+
+/// What stands for a key.
+struct Entry {
+  std::size_t line = 0;
+  std::string key;                   ///< as it stands there
+  std::string value;                 ///< with continuation lines, without the blanks around it
+  std::vector<std::size_t> ignored;  ///< the lines of further entries with this key
+};
+
+/// An entry whose key an earlier one has, so that Postfix ignores it.
+struct Repeat {
+  std::size_t line = 0;
+  std::size_t offset = 0;  ///< of the line in the file
+  std::size_t first = 0;   ///< the line that counts
+  std::string key;         ///< in lower case
+};
+
+/// A line that is not just an entry.
+struct Oddity {
+  enum class Kind {
+    kNoEntry,           ///< Postfix skips it
+    kContinued,         ///< the lines below continue it
+    kContinuesNothing,  ///< it begins with a blank, and no entry stands above
+  };
+
+  Kind kind;
+  std::size_t line = 0;
+  std::string key;  ///< in lower case; empty for a line that continues nothing
+};
+
+class TextTable {
+ public:
+  TextTable(std::string path, Format format);
+
+  const std::string& path() const noexcept { return path_; }
+
+  /// Throws fen_err::Error("file", path, why) when the file cannot be read; one that does not exist
+  /// holds nothing.
+  std::optional<Entry> Find(const std::string& key);
+
+  /// All entries that repeat another, in the order of their lines.
+  std::vector<Repeat> FindRepeats();
+
+  /// All lines that are not just an entry, in their order.
+  std::vector<Oddity> FindOddities();
+
+ private:
+  /// Where an entry begins.
+  struct Place {
+    std::uint32_t hash;
+    std::uint32_t line;
+    std::size_t offset;
+  };
+
+  void Read();
+  std::size_t NextLine(std::size_t offset) const;
+  bool IsContinued(std::size_t offset) const;
+  std::string LogicalLine(std::size_t offset) const;
+  std::optional<Entry> EntryAt(const Place& place) const;
+  void AddRepeats(std::span<const Place> places, std::vector<Repeat>& repeats) const;
+
+  std::string path_;
+  Format format_;
+  bool is_read_ = false;
+  std::string text_;
+  std::size_t orphan_ = 0;     ///< the first line that continues nothing; 0 when there is none
+  std::vector<Place> places_;  ///< in the order of their hashes, then of the text
+};
+
+}  // namespace panel::mail

@@ -1,0 +1,107 @@
+/// NAME
+///   text_table_test - tables as postmap and postalias read them
+
+#include "panel/mail/text_table.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_folder.h"
+
+namespace {
+
+using panel::mail::Format;
+using panel::mail::Oddity;
+using panel::mail::TextTable;
+
+class ATextTable : public testing::Test {
+ protected:
+  TextTable Table(const std::string& text, Format format) {
+    return {folder_.WriteText("table", text), format};
+  }
+
+  /// The repeats, "LINE of FIRST: KEY" each.
+  std::string Repeats(const std::string& text, Format format = Format::kPostmap) {
+    std::string shown;
+    for (const auto& repeat : Table(text, format).FindRepeats()) {
+      EXPECT_EQ(text.substr(0, repeat.offset).find_last_of('\n') + 1, repeat.offset);
+      shown += std::to_string(repeat.line) + " of " + std::to_string(repeat.first) + ": " +
+               repeat.key + "\n";
+    }
+    return shown;
+  }
+
+  /// The oddities, "LINE: KIND KEY" each.
+  std::string Oddities(const std::string& text, Format format = Format::kPostmap) {
+    std::string shown;
+    for (const auto& oddity : Table(text, format).FindOddities()) {
+      const std::string kind = oddity.kind == Oddity::Kind::kNoEntry     ? "no entry "
+                               : oddity.kind == Oddity::Kind::kContinued ? "continued "
+                                                                         : "continues nothing";
+      shown += std::to_string(oddity.line) + ": " + kind + oddity.key + "\n";
+    }
+    return shown;
+  }
+
+ private:
+  test_support::TempFolder folder_;
+};
+
+TEST_F(ATextTable, RepeatsAKeyWhereAnEarlierLineHasIt) {
+  EXPECT_EQ(Repeats("a@x\tone\n"
+                    "b@x\tone\n"
+                    "a@x\ttwo\n"
+                    "b@x two\n"
+                    "a@x\tone\n"),
+            "3 of 1: a@x\n4 of 2: b@x\n5 of 1: a@x\n");
+}
+
+TEST_F(ATextTable, TakesKeysInEitherCaseForOne) {
+  EXPECT_EQ(Repeats("Info@X.example\tone\ninfo@x.EXAMPLE\ttwo\n"), "2 of 1: info@x.example\n");
+}
+
+TEST_F(ATextTable, RepeatsNoKeyInCommentsContinuationsAndTargets) {
+  EXPECT_EQ(Repeats("a@x\tb@x\n"
+                    "#a@x\tb@x\n"
+                    " a@x\n"
+                    "b@x\ta@x\n"
+                    "a@xx\ta@x\n"
+                    "\n"),
+            "");
+}
+
+TEST_F(ATextTable, RepeatsNoKeyOfALineThatPostfixSkips) {
+  EXPECT_EQ(Repeats("a@x\na@x\tone\na@x two"), "3 of 2: a@x\n");
+}
+
+TEST_F(ATextTable, RepeatsKeysOfAliasesWithoutTheirQuotes) {
+  EXPECT_EQ(Repeats("info: one\n\"Info\" : two\n", Format::kPostalias), "2 of 1: info\n");
+}
+
+TEST_F(ATextTable, OfPlainEntriesHasNothingOdd) {
+  EXPECT_EQ(Oddities("# comment\n  # indented comment\n\na@x\tone\n\nb@x\ttwo"), "");
+}
+
+TEST_F(ATextTable, TellsWhatPostfixSkipsOrReadsTogether) {
+  EXPECT_EQ(Oddities("  lost\n"
+                     "a@x\tone\n"
+                     "# between\n"
+                     "\ttwo\n"
+                     "b@x\n"
+                     "c@x\tthree\n"),
+            "1: continues nothing\n2: continued a@x\n5: no entry b@x\n");
+}
+
+TEST_F(ATextTable, OfAliasesTellsLinesWithoutColon) {
+  EXPECT_EQ(Oddities("info one\nsales: two\n", Format::kPostalias), "1: no entry info one\n");
+}
+
+TEST_F(ATextTable, ThatDoesNotExistHasNothing) {
+  TextTable table("/nonexistent/table", Format::kPostmap);
+  EXPECT_EQ(table.Find("a"), std::nullopt);
+  EXPECT_TRUE(table.FindRepeats().empty());
+  EXPECT_TRUE(table.FindOddities().empty());
+}
+
+}  // namespace

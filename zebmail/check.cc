@@ -17,6 +17,7 @@
 #include "panel/mail/advice.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/checks.h"
+#include "panel/mail/sync.h"
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
 #include "zebmail/session.h"
@@ -52,6 +53,46 @@ void FindMissingEntries(panel::mail::Panel& panel, Report& report) {
   }
 }
 
+Finding DifferenceFinding(const std::string& object, const std::string& what) {
+  return {"difference",
+          object,
+          what,
+          "mail goes by the tables, and the panel's next changes by what it knows",
+          panel::mail::Command("sync") + ", or put right in the tables what was changed there",
+          {}};
+}
+
+std::string Describe(const panel::mail::SyncResult& result) {
+  const std::size_t more = result.added + result.changed + result.removed - result.first.size();
+  return "are not the same in the tables; a sync would have these " + Joined(result.first) +
+         (more == 0 ? "" : " and " + std::to_string(more) + " more");
+}
+
+/// Has the tables read as sync does, and keeps nothing of it: what it would change is different.
+void FindDifferences(panel::mail::Panel& panel, Report& report) {
+  std::vector<panel::mail::SyncResult> results;
+  const panel::mail::SyncOptions options{
+      .allow_mass_delete = true, .unchanged_too = true, .progress = {}};
+  const auto read = [&] { results = panel::mail::Synchronise(options); };
+  panel::mail::Rehearsal rehearsal;
+  try {
+    rehearsal = panel.Rehearse(read, false);
+  } catch (const fen_err::Error& error) {
+    report.findings.push_back(DifferenceFinding(
+        error.object(), "keeps the tables from being read: " + error.type() + " " + error.value()));
+    return;
+  }
+  for (const auto& result : results) {
+    if (!result.first.empty()) {
+      report.findings.push_back(DifferenceFinding(result.kind, Describe(result)));
+    }
+  }
+  for (const auto& file : rehearsal.files) {
+    report.findings.push_back(
+        DifferenceFinding(file.path, "does not go with the domains of the virtual user table"));
+  }
+}
+
 /// Sets up the modules and has outstanding work made up for, as any change does.
 void MakeUpPendingWork(panel::mail::Panel& panel, Report& report) {
   const std::vector<panel::conf::PendingWork> before = panel::conf::ListPendingWork();
@@ -84,6 +125,7 @@ Report Examine(panel::mail::Panel& panel, bool fix) {
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
     panel::mail::BackEnd();
+    FindDifferences(panel, report);
   } catch (const fen_err::Error& error) {
     report.findings.push_back(ModuleFinding(error));
   }

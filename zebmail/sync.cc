@@ -62,7 +62,7 @@ Status Sync(const Invocation& invocation, bool allow_mass_delete) {
   Results results;
   const auto work = [&] {
     ProgressBar bar(invocation);
-    results = panel::mail::Synchronise({allow_mass_delete, bar.Show()});
+    results = panel::mail::Synchronise({allow_mass_delete, false, bar.Show()});
   };
   if (invocation.dry_run) {
     const panel::mail::Rehearsal rehearsal = panel.Rehearse(work, false);

@@ -18,6 +18,7 @@
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
+#include "panel/mail/table_checks.h"
 #include "panel/mail/wiring_checks.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
@@ -133,9 +134,9 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 7> kChecks = {&CheckPendingWork, &CheckTools,      &CheckTableFiles,
-                                          &CheckMaps,        &CheckResponders, &CheckBindings,
-                                          &CheckWiring};
+constexpr std::array<Check, 8> kChecks = {&CheckPendingWork, &CheckTools,      &CheckTableFiles,
+                                          &CheckMaps,        &CheckTableLines, &CheckResponders,
+                                          &CheckBindings,    &CheckWiring};
 
 }  // namespace
 

@@ -18,8 +18,8 @@
 namespace panel::mail {
 
 struct Finding {
-  std::string check;   ///< which check found it: "pending", "path", "file", "map", "responder",
-                       ///< "binding", "wiring"
+  std::string check;   ///< which check found it: "pending", "path", "file", "map", "table",
+                       ///< "responder", "binding", "wiring"
   std::string object;  ///< what it concerns, a path mostly
   std::string what;    ///< what is wrong
   std::string why;     ///< why it matters

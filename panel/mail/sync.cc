@@ -367,7 +367,7 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   const std::string virtual_users = TablePath("virtusertable");
   const std::string aliases = TablePath("aliases");
-  if (IsChanged(aliases)) ForgetStamp(virtual_users);
+  if (IsChanged(aliases) || options.unchanged_too) ForgetStamp(virtual_users);
   const bool is_changed = IsChanged(virtual_users);
   const SyncDifferences differences(is_changed ? SyncDifferences::Of::kEverything
                                                : SyncDifferences::Of::kSenderLists);

@@ -44,6 +44,7 @@ struct SyncResult {
 
 struct SyncOptions {
   bool allow_mass_delete = false;
+  bool unchanged_too = false;  ///< read the tables though they have not changed since the last time
   ShowProgress progress;
 };
 

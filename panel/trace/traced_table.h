@@ -13,11 +13,15 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/text_table.h"
 #include "panel/trace/map_answers.h"
-#include "panel/trace/text_table.h"
 #include "panel/trace/trace.h"
 
 namespace panel::trace {
+
+using mail::Entry;
+using mail::Format;
+using mail::TextTable;
 
 class TracedTable {
  public:

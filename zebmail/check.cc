@@ -72,7 +72,7 @@ std::string Describe(const panel::mail::SyncResult& result) {
 void FindDifferences(panel::mail::Panel& panel, Report& report) {
   std::vector<panel::mail::SyncResult> results;
   const panel::mail::SyncOptions options{
-      .allow_mass_delete = true, .unchanged_too = true, .progress = {}};
+      .allow_mass_delete = true, .for_comparison = true, .progress = {}};
   const auto read = [&] { results = panel::mail::Synchronise(options); };
   panel::mail::Rehearsal rehearsal;
   try {

@@ -348,6 +348,12 @@ void Settle(const Hints& hints) {
   SettleResponders(hints);
 }
 
+SyncDifferences::Of WhatMayDiffer(bool is_changed, const SyncOptions& options) {
+  if (!is_changed) return SyncDifferences::Of::kSenderLists;
+  return options.for_comparison ? SyncDifferences::Of::kAllButAddresses
+                                : SyncDifferences::Of::kEverything;
+}
+
 /// A slip, such as a table that was emptied, must not empty the panel.
 void RequireNoMassDelete(const std::vector<SyncResult>& results) {
   constexpr std::size_t kFew = 10;
@@ -367,10 +373,9 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   const std::string virtual_users = TablePath("virtusertable");
   const std::string aliases = TablePath("aliases");
-  if (IsChanged(aliases) || options.unchanged_too) ForgetStamp(virtual_users);
+  if (IsChanged(aliases) || options.for_comparison) ForgetStamp(virtual_users);
   const bool is_changed = IsChanged(virtual_users);
-  const SyncDifferences differences(is_changed ? SyncDifferences::Of::kEverything
-                                               : SyncDifferences::Of::kSenderLists);
+  const SyncDifferences differences(WhatMayDiffer(is_changed, options));
   ListsBefore lists;
 
   if (is_changed) {

@@ -44,7 +44,9 @@ struct SyncResult {
 
 struct SyncOptions {
   bool allow_mass_delete = false;
-  bool unchanged_too = false;  ///< read the tables though they have not changed since the last time
+  /// Only to learn what is different: the tables are read though they may not have changed since
+  /// the last time, and outgoing addresses, which can be compared without, are left out of it.
+  bool for_comparison = false;
   ShowProgress progress;
 };
 

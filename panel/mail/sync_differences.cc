@@ -19,14 +19,14 @@ struct Kind {
   bool is_sender_list = false;
 };
 
-const std::array<Kind, 6>& Kinds() {
-  static const std::string address = "email.name || '@' || email_domain.name";
-  static const std::string of_mailbox = " || ' of ' || " + address + " AS name, '' AS state";
-  static const std::string domains = " JOIN email_domain ON email_domain.id = email.domain";
-  static const std::array<Kind, 6> kinds = {{
-      {"domains",
-       "SELECT name, '' || active || ' ' || defaction || ' ' || redirect || ' ' || ip AS state"
-       " FROM email_domain"},
+std::array<Kind, 6> Kinds(SyncDifferences::Of what) {
+  const std::string address = "email.name || '@' || email_domain.name";
+  const std::string of_mailbox = " || ' of ' || " + address + " AS name, '' AS state";
+  const std::string domains = " JOIN email_domain ON email_domain.id = email.domain";
+  const std::string ip = what == SyncDifferences::Of::kEverything ? " || ' ' || ip" : "";
+  return {{
+      {"domains", "SELECT name, '' || active || ' ' || defaction || ' ' || redirect" + ip +
+                      " AS state FROM email_domain"},
       {"mailboxes",
        "SELECT " + address +
            " AS name, '' || email.active || ' ' || email.dropmail AS state FROM email" + domains},
@@ -38,11 +38,10 @@ const std::array<Kind, 6>& Kinds() {
       {"whitelist", "SELECT name, '' AS state FROM email_whitelist", true},
       {"blacklist", "SELECT name, '' AS state FROM email_blacklist", true},
   }};
-  return kinds;
 }
 
 bool IsNoted(const Kind& kind, SyncDifferences::Of what) {
-  return kind.is_sender_list || what == SyncDifferences::Of::kEverything;
+  return kind.is_sender_list || what != SyncDifferences::Of::kSenderLists;
 }
 
 std::string Before(const std::string& kind) {
@@ -87,7 +86,7 @@ SyncResult CompareKind(const Kind& kind) {
 }  // namespace
 
 SyncDifferences::SyncDifferences(Of what) : what_(what) {
-  for (const Kind& kind : Kinds()) {
+  for (const Kind& kind : Kinds(what_)) {
     if (!IsNoted(kind, what)) continue;
     const std::string table = Before(kind.name);
     zeb_db::GetCache().Query("DROP TABLE IF EXISTS " + table);
@@ -98,7 +97,7 @@ SyncDifferences::SyncDifferences(Of what) : what_(what) {
 
 std::vector<SyncResult> SyncDifferences::Compare() const {
   std::vector<SyncResult> results;
-  for (const Kind& kind : Kinds()) {
+  for (const Kind& kind : Kinds(what_)) {
     SyncResult nothing;
     nothing.kind = kind.name;
     results.push_back(IsNoted(kind, what_) ? CompareKind(kind) : nothing);

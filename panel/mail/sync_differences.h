@@ -16,9 +16,9 @@ namespace panel::mail {
 
 class SyncDifferences {
  public:
-  /// Notes what the database says now of everything, or of the sender lists alone. Lives within one
-  /// transaction.
-  enum class Of { kEverything, kSenderLists };
+  /// Notes what the database says now of everything, of everything but outgoing addresses, or of
+  /// the sender lists alone. Lives within one transaction.
+  enum class Of { kEverything, kAllButAddresses, kSenderLists };
   explicit SyncDifferences(Of what);
 
   /// What is different now; nothing is of what was not noted.

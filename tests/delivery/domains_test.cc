@@ -149,6 +149,7 @@ TEST_P(DomainDelivery, DeletedDomainCanBeCreatedAgain) {
 
 TEST_P(DomainDelivery, AcceptanceInTheAccessTableOpensNoRelay) {
   folder_.WriteText("mail/access", "sender.test OK\nelsewhere.test OK\nconnect:127.0.0.1 OK\n");
+  Zebmail({"sync"});
   ASSERT_THAT(Zebmail({"check", "--fix"}), HasSubstr("mended"));
 
   EXPECT_EQ(Ask("boss@elsewhere.test").code, 554);

@@ -382,15 +382,16 @@ TEST(RefusedInput, TextFilesThatCannotBeRead) {
   const MailboxPanel panel;
   const std::string folder = panel.Path("config");
   const std::string missing = panel.Path("none");
-  ExpectRefused(panel, {Case{"Folder",
-                             {"responder", "on", "info@example.org", "--text-file", folder},
-                             "zebmail: file: " + folder + ": cannot be read\n"},
-                        Case{"Missing",
-                             {"responder", "on", "info@example.org", "--text-file", missing},
-                             "zebmail: file: " + missing + ": cannot be read\n"},
-                        Case{"Nameless",
-                             {"responder", "on", "info@example.org", "--text-file", ""},
-                             "zebmail: file: --text-file: names no file\n"}});
+  ExpectRefused(
+      panel, {Case{"Folder",
+                   {"responder", "on", "info@example.org", "--text-file", folder},
+                   "zebmail: file: " + folder + ": cannot be read\n"},
+              Case{"Missing",
+                   {"responder", "on", "info@example.org", "--text-file", missing},
+                   "zebmail: file: " + missing + ": cannot be read: No such file or directory\n"},
+              Case{"Nameless",
+                   {"responder", "on", "info@example.org", "--text-file", ""},
+                   "zebmail: file: --text-file: names no file\n"}});
 }
 
 TEST(RefusedCreate, OfDomainThatTheTableHasAlready) {

@@ -511,16 +511,12 @@ TEST(WiringCheck, FindsMailboxesThatShareAUnixUser) {
 
 TEST(WiringCheck, NamesTwentyMailboxesAndCountsTheOthers) {
   const WiredPanel panel;
-  panel.ChangeDatabase([] {
-    for (int number = 0; number < 24; ++number) {
-      auto row = zeb_db::GetCache().Get<zeb_db::EmailTable>();
-      row->New();
-      row->domain = 1;
-      row->name = "no-user-" + std::to_string(number);
-      row->active = true;
-      row->Post();
-    }
-  });
+  std::string lines;
+  for (int number = 0; number < 24; ++number) {
+    lines += R"({"type":"mailbox","address":"no-user-)" + std::to_string(number) +
+             R"(@example.org"})" + "\n";
+  }
+  panel.Do({"import", "-"}, lines);
   panel.Set("mailbox_transport", "");
 
   const std::string findings = panel.Findings();

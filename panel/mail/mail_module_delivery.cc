@@ -2,6 +2,8 @@
 ///   mail_module_delivery - the aliases and forwards of mailboxes
 
 #include <list>
+#include <optional>
+#include <utility>
 
 #include "host/fen_err.h"
 #include "panel/db/database.h"
@@ -73,6 +75,21 @@ void RefuseOwnAddress(MailboxRow& mailbox, const std::string& forward) {
   }
 }
 
+/// What becomes of mail forwarded to an address of this server: its local(8) delivers that at once,
+/// without another look at the virtual user table.
+std::optional<std::string> NoteOnForward(const std::string& forward) {
+  const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  if (!domain->name.Lookup(forward.substr(forward.rfind('@') + 1))) return std::nullopt;
+  const std::string shown = InUnicode(forward);
+  if (!LookUpMailbox(forward)) {
+    return shown +
+           " is no mailbox of this server: mail forwarded to it bounces; forward to the "
+           "mailbox itself\n";
+  }
+  return "mail forwarded to " + shown +
+         " is put into that mailbox: its own forwards and its responder do not get it\n";
+}
+
 }  // namespace
 
 void MailModule::AddAliases(const std::string& address, const Names& names) {
@@ -113,6 +130,7 @@ void MailModule::AddForwards(const std::string& address, const Names& targets) {
       throw fen_err::Error("exists", "forward", InUnicode(forward));
     }
     AddRow<zeb_db::EmailForwardTable>(*mailbox, forward);
+    if (auto note = NoteOnForward(forward)) warnings_.push_back(*std::move(note));
   }
   WriteDelivery(mailbox);
 }

@@ -56,15 +56,22 @@ std::string WithPlainDomain(std::string_view address) {
   return std::string(address.substr(0, domain)) + LowerCase(std::string(address.substr(domain)));
 }
 
+/// Where the lines of a table stand whose key an earlier line has: Postfix goes by that one.
+std::unordered_set<std::size_t> LaterLines(const std::string& path) {
+  std::unordered_set<std::size_t> offsets;
+  for (const Repeat& repeat : TextTable(path, Format::kPostmap).FindRepeats()) {
+    offsets.insert(repeat.offset);
+  }
+  return offsets;
+}
+
 /// What the tables say that the back-end does not tell.
 class Hints {
  public:
   Hints(const std::string& virtual_users, const std::string& aliases)
       : text_(conf::ReadWholeFile(virtual_users).bytes),
+        later_(LaterLines(virtual_users)),
         entries_text_(conf::ReadWholeFile(aliases).bytes) {
-    for (const Repeat& repeat : TextTable(virtual_users, Format::kPostmap).FindRepeats()) {
-      later_.insert(repeat.offset);
-    }
     ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
       ++lines_;
       if (later_.contains(static_cast<std::size_t>(key.data() - text_.data()))) return;
@@ -78,7 +85,6 @@ class Hints {
     });
   }
 
-  /// Where the lines stand whose key an earlier line has: Postfix goes by that one.
   const std::unordered_set<std::size_t>& later_lines() const noexcept { return later_; }
 
   std::size_t lines() const noexcept { return lines_; }
@@ -104,9 +110,9 @@ class Hints {
   }
 
   std::string text_;
+  std::unordered_set<std::size_t> later_;
   std::string entries_text_;
   std::size_t lines_ = 0;
-  std::unordered_set<std::size_t> later_;
   std::vector<std::string_view> led_to_;
   std::unordered_set<std::string_view> entries_;
   std::unordered_set<std::string> discarding_;
@@ -348,6 +354,13 @@ void Settle(const Hints& hints) {
   SettleResponders(hints);
 }
 
+void CacheLists() {
+  const std::string access = TablePath("accessdb");
+  const conf::PassedOver later_lines(access, LaterLines(access));
+  BackEnd().CacheWhitelist();
+  BackEnd().CacheBlacklist();
+}
+
 SyncDifferences::Of WhatMayDiffer(bool is_changed, const SyncOptions& options) {
   if (!is_changed) return SyncDifferences::Of::kSenderLists;
   return options.for_comparison ? SyncDifferences::Of::kAllButAddresses
@@ -388,8 +401,7 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
     Settle(hints);
     SettleAddresses(unbound);
   }
-  BackEnd().CacheWhitelist();
-  BackEnd().CacheBlacklist();
+  CacheLists();
   lists.Restore();
 
   std::vector<SyncResult> results = differences.Compare();

@@ -149,7 +149,7 @@ TEST(MailboxResume, OfActiveOneWritesItsLineAnew) {
 TEST(MailboxDelete, RemovesItFromAllTables) {
   const DomainPanel panel;
   panel.Do({"mailbox", "create", "keep@example.org"});
-  panel.Do({"forward", "add", "keep@example.org", "info@example.org"});
+  panel.Run({"forward", "add", "keep@example.org", "info@example.org"});
   const std::string before = panel.MailboxTables();
   panel.Do({"mailbox", "create", "info@example.org"});
   panel.Do({"alias", "add", "info@example.org", "sales", "office"});
@@ -196,7 +196,7 @@ class ManyMailboxes : public testing::Test {
     panel_.Do({"mailbox", "create", "office@example.org"});
     panel_.Do({"mailbox", "create", "info@example.org"});
     panel_.Do({"alias", "add", "info@example.org", "sales", "help"});
-    panel_.Do({"forward", "add", "info@example.org", "boss@bücher.example"});
+    panel_.Do({"forward", "add", "info@example.org", "boss@müller.example"});
     panel_.Do({"responder", "on", "info@example.org"});
     panel_.Do({"mailbox", "suspend", "office@example.org"});
   }
@@ -207,7 +207,7 @@ class ManyMailboxes : public testing::Test {
 TEST_F(ManyMailboxes, AreListedByDomainAndLocalPart) {
   EXPECT_EQ(panel_.Do({"mailbox", "list"}),
             "ADDRESS             STATE      MAIL     RESPONDER  ALIASES      FORWARDS\n"
-            "info@example.org    active     kept     on         sales, help  boss@bücher.example\n"
+            "info@example.org    active     kept     on         sales, help  boss@müller.example\n"
             "office@example.org  suspended  kept     off        -            -\n"
             "z@bücher.example    active     dropped  off        -            -\n");
 }
@@ -232,7 +232,7 @@ TEST_F(ManyMailboxes, AreListedAsJson) {
             "      \"help\"\n"
             "    ],\n"
             "    \"forwards\": [\n"
-            "      \"boss@bücher.example\"\n"
+            "      \"boss@müller.example\"\n"
             "    ],\n"
             "    \"responder\": true\n"
             "  },\n"
@@ -261,7 +261,7 @@ TEST_F(ManyMailboxes, AreShownOneByOne) {
             "active: true\n"
             "dropmail: false\n"
             "aliases: sales, help\n"
-            "forwards: boss@bücher.example\n"
+            "forwards: boss@müller.example\n"
             "responder: true\n");
 }
 

@@ -149,21 +149,21 @@ TEST_F(NameClash, OfForwardWithTheMailboxItself) {
                 "value: forward: \"Sales@example.org\" is an alias of the mailbox");
   ExpectRefused(panel_, {"forward", "add", "info@example.org", "x@example.net", "x@EXAMPLE.net"},
                 "exists: forward: x@example.net");
-  EXPECT_EQ(panel_.Do({"forward", "add", "info@example.org", "office@example.org"}),
+  EXPECT_EQ(panel_.Run({"forward", "add", "info@example.org", "office@example.org"}).output,
             "info@example.org: forwards added: office@example.org\n");
   ExpectRefused(panel_, {"forward", "add", "info@example.org", "office@example.org"},
                 "exists: forward: office@example.org");
 }
 
 TEST_F(NameClash, OfAliasWithForwardOfTheMailbox) {
-  panel_.Do({"forward", "add", "info@example.org", "new@example.org"});
+  panel_.Run({"forward", "add", "info@example.org", "new@example.org"});
 
   ExpectRefused(panel_, {"alias", "add", "info@example.org", "new"},
                 "value: alias: \"new@example.org\" is a forward of the mailbox");
 }
 
 TEST_F(NameClash, OfAliasWithForwardInAnotherCaseOfLetters) {
-  panel_.Do({"forward", "add", "info@example.org", "New@example.org"});
+  panel_.Run({"forward", "add", "info@example.org", "New@example.org"});
 
   ExpectRefused(panel_, {"alias", "add", "info@example.org", "new"},
                 "value: alias: \"new@example.org\" is a forward of the mailbox");

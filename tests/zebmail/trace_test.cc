@@ -332,7 +332,7 @@ TEST(TraceOfForward, ToAnAddressOfThisServerPassesItsLineOver) {
   panel.Do({"mailbox", "create", "games@example.org"});
   panel.Do({"mailbox", "create", "daemon@example.org"});
   panel.Do({"alias", "add", "daemon@example.org", "sales"});
-  panel.Do({"forward", "add", "games@example.org", "sales@example.org"});
+  panel.Run({"forward", "add", "games@example.org", "sales@example.org"});
 
   const std::string way = panel.Way("games@example.org");
 

@@ -1,0 +1,192 @@
+/// NAME
+///   table_check_test - what `zebmail check` finds in tables that somebody has edited
+
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/zebmail/hand_kept_panel.h"
+
+namespace zebmail_test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+/// One with a domain, a mailbox that has an alias and a forward, and a listed sender.
+class EditedPanel : public AnsweringPanel {
+ public:
+  EditedPanel() {
+    Do({"domain", "create", "a.example"});
+    Do({"mailbox", "create", "info@a.example"});
+    Do({"alias", "add", "info@a.example", "sales"});
+    Do({"forward", "add", "info@a.example", "boss@c.example"});
+    Do({"blacklist", "add", "foe.example"});
+  }
+
+  /// What check says, with the folder of the tables as MAIL. The maps are built of the present
+  /// tables.
+  std::string Findings() const {
+    Run({"check", "--fix"});
+    std::string output = Run({"check"}).output;
+    const std::string folder = Path("panel/mail");
+    for (std::size_t at = output.find(folder); at != std::string::npos; at = output.find(folder)) {
+      output.replace(at, folder.size(), "MAIL");
+    }
+    return output;
+  }
+
+  void Append(const std::string& table, const std::string& lines) const {
+    SetTable(table, Table(table) + lines);
+  }
+
+  std::string Sync() const {
+    return "mail goes by the tables, and the panel's next changes by what it knows; mend: "
+           "zebmail --config " +
+           config() + " sync, or put right in the tables what was changed there\n";
+  }
+};
+
+TEST(TableCheck, FindsNothingWhereOnlyThePanelHasWritten) {
+  EXPECT_EQ(EditedPanel().Findings(), "nothing is wrong\n");
+}
+
+TEST(TableCheck, NamesBothLinesOfARepeatedKey) {
+  const EditedPanel panel;
+  panel.Append("virtusertable", "# by hand\nINFO@a.example\tother@c.example\n");
+  panel.Append("access", "foe.example OK\n");
+  panel.Append("aliases", "\"Devnull\": /dev/null\n");
+
+  EXPECT_EQ(panel.Findings(),
+            "MAIL/virtusertable:5 has the key info@a.example, which MAIL/virtusertable:2 has "
+            "already; Postfix goes by the first of them; mend: delete the one that is not right\n"
+            "MAIL/access:2 has the key foe.example, which MAIL/access:1 has already; Postfix goes "
+            "by the first of them; mend: delete the one that is not right\n"
+            "MAIL/aliases:4 has the key devnull, which MAIL/aliases:2 has already; Postfix goes by "
+            "the first of them; mend: delete the one that is not right\n");
+}
+
+TEST(TableCheck, NamesContinuationLinesUnderLinesOfThePanelAlone) {
+  const EditedPanel panel;
+  panel.Append("virtusertable", "other@elsewhere.example\tx@c.example\n  y@c.example\n");
+  panel.SetTable("virtusertable",
+                 "@a.example\tpostfix_err_nouser\n"
+                 "info@a.example\tinfo@a.example info+a.example\n"
+                 "  archive@c.example\n"
+                 "sales@a.example\tinfo@a.example\n"
+                 "other@elsewhere.example\tx@c.example\n"
+                 "  y@c.example\n");
+  panel.SetTable("aliases",
+                 "postfix_err_nouser:\t\"| exit 67\"\n"
+                 "devnull:\t\"/dev/null\"\n"
+                 "info+a.example:\tboss@c.example,\n"
+                 "\tsecond@c.example\n");
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_THAT(findings,
+              HasSubstr("MAIL/virtusertable:2 is continued in the line below; the panel reads and "
+                        "changes the first line alone, Postfix reads all; mend: join the lines\n"));
+  EXPECT_THAT(findings, HasSubstr("MAIL/aliases:3 is continued in the line below; "));
+  EXPECT_THAT(findings, Not(HasSubstr("MAIL/virtusertable:5")));
+}
+
+TEST(TableCheck, NamesLinesThatPostfixSkips) {
+  const EditedPanel panel;
+  panel.SetTable("access", "  lost OK\n" + panel.Table("access") + "bare.example\n");
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_THAT(findings, HasSubstr("MAIL/access:1 begins with a blank and continues no line; "
+                                  "Postfix skips it; mend: take the blank away, or delete the "
+                                  "line\n"));
+  EXPECT_THAT(findings, HasSubstr("MAIL/access:3 is no entry; Postfix skips it; mend: complete the "
+                                  "line, or delete it\n"));
+}
+
+TEST(TableCheck, NamesTwentyLinesAndCountsTheOthers) {
+  const EditedPanel panel;
+  std::string lines;
+  for (int number = 0; number < 25; ++number) lines += "bare" + std::to_string(number) + "\n";
+  panel.Append("access", lines);
+
+  EXPECT_THAT(panel.Findings(), HasSubstr("MAIL/access:21 is no entry; Postfix skips it; "
+                                          "mend: complete the line, or delete it\n"
+                                          "MAIL/access has 5 more lines like these; "));
+}
+
+TEST(TableCheck, NamesWhatTheTablesSayOtherwiseThanThePanel) {
+  const EditedPanel panel;
+  panel.SetTable("virtusertable",
+                 "@a.example\tdevnull\n"
+                 "info@a.example\tinfo@a.example info+a.example\n"
+                 "new@a.example\tnew@a.example\n");
+  panel.SetTable("aliases",
+                 "postfix_err_nouser:\t\"| exit 67\"\n"
+                 "devnull:\t\"/dev/null\"\n"
+                 "info+a.example:\tother@c.example\n");
+  panel.SetTable("access", "friend.example OK\n");
+  const std::string same = "are not the same in the tables; a sync would have these ";
+
+  EXPECT_EQ(panel.Findings(),
+            "domains " + same + "changed a.example; " + panel.Sync() + "mailboxes " + same +
+                "added new@a.example; " + panel.Sync() + "aliases " + same +
+                "removed sales@a.example of info@a.example; " + panel.Sync() + "forwards " + same +
+                "added other@c.example of info@a.example, removed boss@c.example of "
+                "info@a.example; " +
+                panel.Sync() + "whitelist " + same + "added friend.example; " + panel.Sync() +
+                "blacklist " + same + "removed foe.example; " + panel.Sync());
+}
+
+TEST(TableCheck, NamesATableThatLacksADomain) {
+  const EditedPanel panel;
+  panel.SetTable("local-host-names", "");
+
+  EXPECT_EQ(panel.Findings(),
+            "MAIL/local-host-names does not go with the domains of the virtual user table; " +
+                panel.Sync());
+}
+
+TEST(TableCheck, IsMendedBySync) {
+  const EditedPanel panel;
+  panel.Append("virtusertable", "new@a.example\tnew@a.example\n");
+  panel.SetTable("local-host-names", "");
+
+  panel.Do({"sync"});
+
+  EXPECT_EQ(panel.Findings(), "nothing is wrong\n");
+}
+
+TEST(TableCheck, ChangesNothing) {
+  const EditedPanel panel;
+  panel.Append("virtusertable", "new@a.example\tnew@a.example\n");
+  panel.SetTable("local-host-names", "");
+  const auto before = Snapshot(panel.Path("panel/mail"));
+
+  panel.Run({"check"});
+
+  EXPECT_TRUE(Snapshot(panel.Path("panel/mail")) == before);
+  EXPECT_THAT(panel.Do({"mailbox", "list"}), Not(HasSubstr("new@a.example")));
+}
+
+TEST(ForwardToThisServer, IsDoneWithAWarning) {
+  const EditedPanel panel;
+  panel.Do({"mailbox", "create", "shop@a.example"});
+
+  const CommandRun mailbox = panel.Run({"forward", "add", "info@a.example", "shop@a.example"});
+  const CommandRun alias = panel.Run({"forward", "add", "shop@a.example", "sales@a.example"});
+
+  EXPECT_EQ(mailbox.status, 0);
+  EXPECT_EQ(mailbox.errors,
+            "zebmail: mail forwarded to shop@a.example is put into that mailbox: its own forwards "
+            "and its responder do not get it\n");
+  EXPECT_EQ(alias.status, 0);
+  EXPECT_EQ(alias.errors,
+            "zebmail: sales@a.example is no mailbox of this server: mail forwarded to it bounces; "
+            "forward to the mailbox itself\n");
+}
+
+}  // namespace
+}  // namespace zebmail_test

@@ -1,0 +1,34 @@
+/// NAME
+///   sync_settlement - what the passes of a synchronisation leave open
+///
+/// PURPOSE
+///   The back-end takes each address line for a mailbox and reads neither what discards mail nor
+///   IPv6 addresses. Once its passes are over, the rows are brought in order here.
+
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "panel/mail/table_hints.h"
+
+namespace panel::mail {
+
+class Settlement {
+ public:
+  /// Made before the passes, for what is to stay as it was. `hints` must outlive it.
+  explicit Settlement(const TableHints& hints);
+
+  /// Brings the rows in order after the passes.
+  void Settle() const;
+
+ private:
+  void SettleDropMail() const;
+  void SettleResponders() const;
+  void SettleAddresses() const;
+
+  const TableHints& hints_;
+  std::set<std::string> unbound_before_;  ///< the domains without an outgoing address
+};
+
+}  // namespace panel::mail

@@ -1,0 +1,60 @@
+/// NAME
+///   table_hints - what the tables say that the back-end does not tell
+///
+/// PURPOSE
+///   The back-end reads the tables record by record. Which mailboxes other lines lead to, which of
+///   them keep no mail, and which lines do not count, is seen in the tables as a whole.
+///
+/// HOW IT FAILS
+///   With fen_err::Error("file", path, why) for a table that cannot be read.
+
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace panel::mail {
+
+/// Where the lines of a table stand whose key an earlier line has: Postfix goes by that one.
+std::unordered_set<std::size_t> LaterLines(const std::string& path);
+
+class TableHints {
+ public:
+  /// Reads the virtual user table and the aliases.
+  TableHints(const std::string& virtual_users, const std::string& aliases);
+
+  TableHints(const TableHints&) = delete;
+  TableHints& operator=(const TableHints&) = delete;
+
+  /// The number of lines of the virtual user table that have a key.
+  std::size_t lines() const noexcept { return lines_; }
+
+  /// LaterLines of the virtual user table, of which nothing else here knows.
+  const std::unordered_set<std::size_t>& later_lines() const noexcept { return later_; }
+
+  /// The addresses that are targets of other lines, some of them repeatedly.
+  const std::vector<std::string_view>& led_to() const noexcept { return led_to_; }
+
+  /// The names of the entries of the aliases.
+  const std::unordered_set<std::string_view>& entries() const noexcept { return entries_; }
+
+  /// Whether the aliases have the entry of this mailbox.
+  bool HasEntry(const std::string& address) const;
+
+  /// The addresses whose lines discard what comes.
+  const std::unordered_set<std::string>& discarding() const noexcept { return discarding_; }
+
+ private:
+  std::string text_;
+  std::unordered_set<std::size_t> later_;
+  std::string entries_text_;
+  std::size_t lines_ = 0;
+  std::vector<std::string_view> led_to_;          ///< pieces of the text
+  std::unordered_set<std::string_view> entries_;  ///< pieces of the aliases
+  std::unordered_set<std::string> discarding_;
+};
+
+}  // namespace panel::mail

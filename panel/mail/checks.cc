@@ -16,7 +16,9 @@
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/binding_checks.h"
+#include "panel/mail/map_contents.h"
 #include "panel/mail/maps.h"
+#include "panel/mail/postconf.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/table_checks.h"
 #include "panel/mail/wiring_checks.h"
@@ -78,6 +80,12 @@ std::string ReadingFailure(const std::string& path) {
   return S_ISREG(status.st_mode) ? "" : "not a regular file";
 }
 
+bool IsWritableByOthers(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return false;
+  return status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+}
+
 Findings CheckTableFiles() {
   struct TableFile {
     const char* name;
@@ -100,15 +108,36 @@ Findings CheckTableFiles() {
       continue;
     }
     const std::string failure = ReadingFailure(path);
-    if (failure.empty()) continue;
-    findings.push_back({"file",
-                        path,
-                        "cannot be read: " + failure,
-                        file.why,
-                        "put the file in place or " + ConfigureAdvice(file.name),
-                        {}});
+    if (!failure.empty()) {
+      findings.push_back({"file",
+                          path,
+                          "cannot be read: " + failure,
+                          file.why,
+                          "put the file in place or " + ConfigureAdvice(file.name),
+                          {}});
+    } else if (IsWritableByOthers(path)) {
+      findings.push_back({"file",
+                          path,
+                          "can be written by others than root",
+                          "who writes it decides where mail goes and what Postfix runs",
+                          "chown root " + ShellWord(path) + " && chmod go-w " + ShellWord(path),
+                          {}});
+    }
   }
   return findings;
+}
+
+/// What is wrong with the map; empty when nothing is. That there is no text is another check's to
+/// say.
+std::string FaultOf(const Map& map, const std::string& suffix) {
+  if (!ReadingFailure(map.text).empty()) return "";
+  if (IsStale(map, suffix)) return "is missing or older than its text";
+  try {
+    const bool is_of_text = IsOfText(map, PostconfValue("default_database_type"));
+    return is_of_text ? "" : "is newer than its text, but does not say the same";
+  } catch (const fen_err::Error& error) {
+    return "cannot be read: " + error.value();
+  }
 }
 
 Findings CheckMaps() {
@@ -125,8 +154,9 @@ Findings CheckMaps() {
              {}}};
   }
   for (const Map& map : Maps()) {
-    if (!IsStale(map, suffix)) continue;
-    findings.push_back({"map", map.text.string() + suffix, "is missing or older than its text",
+    const std::string fault = FaultOf(map, suffix);
+    if (fault.empty()) continue;
+    findings.push_back({"map", map.text.string() + suffix, fault,
                         "Postfix works with an earlier text, or with none", BuildCommand(map),
                         [map] { Build(map); }});
   }

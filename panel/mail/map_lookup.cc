@@ -25,14 +25,6 @@ std::string Unproxied(const std::string& element) {
   return element.starts_with(kProxy) ? element.substr(kProxy.size()) : element;
 }
 
-/// postmap itself, whatever is configured in its place for building maps.
-std::vector<std::string> QueryCommand(const std::string& map) {
-  std::vector<std::string> words = PostconfCommand();
-  words.front() = std::filesystem::path(words.front()).replace_filename("postmap").string();
-  words.insert(words.end(), {"-q", "-", Unproxied(map)});
-  return words;
-}
-
 /// postmap waits for a second before it ends for want of a file, so that is seen to here.
 void RequireFile(const std::string& map) {
   const std::optional<MapName> name = ParseMap(map);
@@ -46,7 +38,9 @@ void RequireFile(const std::string& map) {
 /// Adds what the map answers to these keys. A run that finds nothing exits with 1 and prints
 /// nothing; so does one that fails, with its reason.
 void Ask(const std::string& map, const std::string& keys, Answers& answers) {
-  const ToolRun run = RunTool(QueryCommand(map), keys);
+  std::vector<std::string> words = PostmapCommand();
+  words.insert(words.end(), {"-q", "-", Unproxied(map)});
+  const ToolRun run = RunTool(words, keys);
   const bool is_failed = run.result > 1 || run.output.find("postmap: fatal:") != std::string::npos;
   if (is_failed) {
     const std::string reason = run.output.substr(0, run.output.find_last_not_of(" \r\n") + 1);

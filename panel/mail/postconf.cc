@@ -27,6 +27,12 @@ std::vector<std::string> PostconfCommand() {
   return words;
 }
 
+std::vector<std::string> PostmapCommand() {
+  std::vector<std::string> words = PostconfCommand();
+  words.front() = std::filesystem::path(words.front()).replace_filename("postmap").string();
+  return words;
+}
+
 std::string RunPostconf(const std::vector<std::string>& options) {
   std::vector<std::string> words = PostconfCommand();
   words.insert(words.end(), options.begin(), options.end());

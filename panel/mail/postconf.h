@@ -18,6 +18,9 @@ namespace panel::mail {
 /// postconf and the options for the configuration folder, as the words of a command line.
 std::vector<std::string> PostconfCommand();
 
+/// postmap itself, whatever is configured in its place for building maps, with those options.
+std::vector<std::string> PostmapCommand();
+
 /// What postconf prints with `options` behind those; its warnings are among that.
 std::string RunPostconf(const std::vector<std::string>& options);
 

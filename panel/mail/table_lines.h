@@ -3,8 +3,8 @@
 ///
 /// PURPOSE
 ///   What the mail module has to know of the table and cannot ask the back-end: which mailboxes
-///   some other line leads to, and which of them keep no mail. A line is a key and its targets; like
-///   the records of the back-end, it is read by itself.
+///   some other line leads to, and which of them keep no mail. A line is a key and its targets;
+///   like the records of the back-end, it is read by itself.
 
 #pragma once
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <tuple>
+#include <unordered_set>
 #include <utility>
 
 #include "panel/conf/disk_file.h"
@@ -155,6 +156,17 @@ std::vector<Repeat> TextTable::FindRepeats() {
   std::sort(repeats.begin(), repeats.end(),
             [](const Repeat& left, const Repeat& right) { return left.line < right.line; });
   return repeats;
+}
+
+void TextTable::ForEach(
+    const std::function<void(const std::string& key, const std::string& value)>& visit) {
+  std::unordered_set<std::size_t> repeats;
+  for (const Repeat& repeat : FindRepeats()) repeats.insert(repeat.offset);
+  for (const Place& place : places_) {
+    if (repeats.contains(place.offset)) continue;
+    const std::optional<Entry> entry = EntryAt(place);
+    if (entry) visit(KeyOf(LineAt(text_, place.offset), format_), entry->value);
+  }
 }
 
 /// Adds the repeats among `places`, which have one hash.

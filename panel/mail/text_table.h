@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -65,6 +66,10 @@ class TextTable {
   /// Throws fen_err::Error("file", path, why) when the file cannot be read; one that does not exist
   /// holds nothing.
   std::optional<Entry> Find(const std::string& key);
+
+  /// Calls `visit` with the key, as Postfix looks it up, and the value of each entry that counts,
+  /// in no particular order.
+  void ForEach(const std::function<void(const std::string& key, const std::string& value)>& visit);
 
   /// All entries that repeat another, in the order of their lines.
   std::vector<Repeat> FindRepeats();

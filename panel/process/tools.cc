@@ -57,10 +57,13 @@ void Check(const std::string& program, int error) {
   if (error != 0) Fail(program, error);
 }
 
-/// The end of what was put in.
+/// The end of what was put in, all of which is shown to a reader.
 class Tail {
  public:
+  explicit Tail(const std::function<void(std::string_view)>& read) : read_(read) {}
+
   void Append(std::string_view text) {
+    if (read_) read_(text);
     text_ += text;
     if (text_.size() > 2 * kKeptOutput) Cut();
   }
@@ -73,6 +76,7 @@ class Tail {
  private:
   void Cut() { text_.erase(0, text_.size() - kKeptOutput); }
 
+  const std::function<void(std::string_view)>& read_;
   std::string text_;
 };
 
@@ -338,7 +342,8 @@ bool HasNul(const Words& words) {
 
 }  // namespace
 
-ToolRun RunTool(const Words& words, const std::string& input) {
+ToolRun RunTool(const Words& words, const std::string& input,
+                const std::function<void(std::string_view)>& read) {
   const std::optional<std::string> asked = TakeUnsetPathName();
   if (words.empty() || words.front().empty()) return NoProgram(words, asked);
   if (!words.front().starts_with('/')) return NotStarted(words, "not an absolute path");
@@ -355,7 +360,7 @@ ToolRun RunTool(const Words& words, const std::string& input) {
 
   RunningTool tool(program, process);
   pipe.write_end = FileHandle();
-  Tail output;
+  Tail output(read);
   const bool has_ended = Follow(program, tool, pipe.read_end, Clock::now() + timeout, output);
   if (!has_ended) tool.Kill();
   const int status = tool.Wait();

@@ -17,7 +17,9 @@
 
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace panel {
@@ -35,7 +37,9 @@ struct ToolRun {
 /// Runs `words`, the program's absolute path and its arguments, and waits for it to end; what it
 /// leaves running in the background is not waited for. A tool that runs longer than the configured
 /// `tool_timeout` is killed with its process group.
-ToolRun RunTool(const std::vector<std::string>& words, const std::string& input);
+/// `read` is given all that the tool prints, piece by piece.
+ToolRun RunTool(const std::vector<std::string>& words, const std::string& input,
+                const std::function<void(std::string_view)>& read = {});
 
 /// While one lives, fen_proc::Execute in the same thread starts nothing: it notes the command line
 /// and gives the result 0. RunTool still runs.

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "panel/mail/names.h"
-#include "panel/trace/values.h"
+#include "panel/mail/table_values.h"
 
 namespace panel::trace {
 
@@ -42,7 +42,7 @@ void TracedTable::Tell(const std::vector<std::string>& keys, std::size_t event) 
 bool TracedTable::Agrees(const Question& question, const std::string* answer) const {
   if (!question.answer || answer == nullptr) return !question.answer && answer == nullptr;
   if (format_ == Format::kPostmap) return question.answer->value == *answer;
-  return ParseValues(question.answer->value) == ParseValues(*answer);
+  return mail::ParseValues(question.answer->value) == mail::ParseValues(*answer);
 }
 
 /// A tool's output is kept to a limit, so that long values are asked for a few at a time.

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "panel/mail/names.h"
+#include "panel/mail/table_values.h"
 #include "panel/trace/mail_address.h"
-#include "panel/trace/values.h"
 
 namespace panel::trace {
 namespace {
@@ -55,7 +55,7 @@ VirtualLine VirtualAddresses::LookUp(const std::string& text) {
   if (value.starts_with('@')) {
     value.insert(0, is_unextended ? extended->user : address.local);
   }
-  for (const std::string& target : ParseValues(value)) {
+  for (const std::string& target : mail::ParseValues(value)) {
     const std::string whole = MailAddress(target, settings_).Text();
     const bool passes_on = is_unextended && settings_.extends_virtual;
     line.targets.push_back(passes_on ? Extend(whole, extended->extension) : whole);

@@ -9,9 +9,9 @@
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/names.h"
 #include "panel/mail/responder_folder.h"
+#include "panel/mail/table_values.h"
 #include "panel/text/words.h"
 #include "panel/trace/unix_users.h"
-#include "panel/trace/values.h"
 #include "panel/trace/way.h"
 
 namespace panel::trace {
@@ -94,7 +94,7 @@ bool Way::DeliverToAlias(std::size_t depth, const std::string& address, const st
 
 void Way::DeliverToValues(std::size_t depth, const std::string& address, const std::string& values,
                           const std::string& extension, const Source& source) {
-  for (const std::string& value : ParseValues(values)) {
+  for (const std::string& value : mail::ParseValues(values)) {
     if (value.starts_with('|')) {
       DeliverToCommand(depth, address, value.substr(1), source);
     } else if (value.starts_with('/')) {
@@ -163,7 +163,7 @@ void Way::DeliverToIncluded(std::size_t depth, const std::string& address, const
   std::istringstream lines(conf::ReadWholeFile(path).bytes);
   std::size_t number = 1;
   for (std::string line; std::getline(lines, line); ++number) {
-    if (ParseValues(line).empty() || line.starts_with('#')) continue;
+    if (mail::ParseValues(line).empty() || line.starts_with('#')) continue;
     Tell({depth, path, number, "", line, ""});
     DeliverToValues(depth, address, line, extension, next);
   }

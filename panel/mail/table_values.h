@@ -1,5 +1,5 @@
 /// NAME
-///   values - the addresses in a value of a table, as Postfix takes them
+///   table_values - the addresses in a value of a table, as Postfix takes them
 ///
 /// PURPOSE
 ///   A value of the virtual user table or of the aliases is read like the address list of a
@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-namespace panel::trace {
+namespace panel::mail {
 
 /// The addresses of `text`, commands and files among them, without their quotes.
 std::vector<std::string> ParseValues(std::string_view text);
 
-}  // namespace panel::trace
+}  // namespace panel::mail

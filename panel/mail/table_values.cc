@@ -1,11 +1,11 @@
 /// NAME
-///   values - the addresses in a value of a table, as Postfix takes them
+///   table_values - the addresses in a value of a table, as Postfix takes them
 
-#include "panel/trace/values.h"
+#include "panel/mail/table_values.h"
 
 #include <utility>
 
-namespace panel::trace {
+namespace panel::mail {
 namespace {
 
 /// Steps through a value, one character or one bracketed part at a time.
@@ -108,4 +108,4 @@ std::vector<std::string> ParseValues(std::string_view text) {
   return ValueParser(text).Parse();
 }
 
-}  // namespace panel::trace
+}  // namespace panel::mail

@@ -5,7 +5,7 @@
 ///   A tree. Each address stands above what becomes of it, and what it leads to stands below it,
 ///   further to the right:
 ///
-///     PATH:LINE: KEY -> VALUE; what follows      a line that decides; "PATH: no entry" for none
+///     PATH:LINE: KEY -> VALUE; what follows      a line that decides; "PATH: no line for" for none
 ///     => what                                    where a copy ends
 ///     ! Postfix: ...                             Postfix's map answers otherwise than the text
 ///

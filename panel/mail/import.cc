@@ -133,8 +133,8 @@ class Importer {
   void RequireOneLineEach();
   void BringIn(const ImportLine& line, const WebDomain& said);
   void BringIn(const ImportLine& line, const DomainLine& said);
-  void BringIn(const ImportLine& line, const MailboxLine& said);
   void BringIn(const ImportLine& line, const SenderLine& said);
+  void BeginChange(const ImportLine& line, const MailboxLine& said);
   void Create(const ImportLine& line, const MailboxLine& said);
   void BeginChange(const ImportLine& line, const MailboxLine& said, const Mailbox& now);
   bool GivesNewAnswer(const MailboxLine& said) const;
@@ -166,7 +166,8 @@ std::vector<ImportResult> Importer::Run() {
   RequireOneLineEach();
   ForEach<WebDomain>(&Importer::BringIn);
   ForEach<DomainLine>(&Importer::BringIn);
-  ForEach<MailboxLine>(&Importer::BringIn);
+  ForEach<MailboxLine>(&Importer::BeginChange);
+  ForEach<MailboxLine>(&Importer::Create);
   ForEachTask(&Importer::Deliver);
   ForEach<SenderLine>(&Importer::BringIn);
   ForEachTask(&Importer::Suspend);
@@ -179,7 +180,7 @@ std::vector<ImportResult> Importer::Run() {
 template <class Work>
 void Importer::At(const ImportLine& line, const Work& work) {
   constexpr std::size_t kStepsBetweenShows = 64;
-  constexpr std::size_t kMostSteps = 4;
+  constexpr std::size_t kMostSteps = 5;
   if (++done_ % kStepsBetweenShows == 0 && progress_) progress_(done_, kMostSteps * lines_.size());
   try {
     work();
@@ -234,13 +235,17 @@ void Importer::BringIn(const ImportLine& /*line*/, const DomainLine& said) {
   ++(is_changed || is_switched ? domains_.changed : domains_.unchanged);
 }
 
-void Importer::BringIn(const ImportLine& line, const MailboxLine& said) {
-  if (!LookUpMailbox(said.address)) {
-    Create(line, said);
-    ++mailboxes_.added;
-    return;
-  }
-  BeginChange(line, said, Now(said.address));
+void Importer::BeginChange(const ImportLine& line, const MailboxLine& said) {
+  if (LookUpMailbox(said.address)) BeginChange(line, said, Now(said.address));
+}
+
+void Importer::Create(const ImportLine& line, const MailboxLine& said) {
+  if (LookUpMailbox(said.address)) return;
+  mail_.CreateMailbox(said.address, said.drop_mail.value_or(false));
+  ++mailboxes_.added;
+  tasks_.push_back({line, said, said.aliases.value_or(Names()), said.forwards.value_or(Names()),
+                    said.responder.value_or(false) || said.answer.subject || said.answer.text,
+                    !said.active.value_or(true)});
 }
 
 /// Where a domain has many lines its mailboxes are listed together, which costs about as much as
@@ -257,13 +262,6 @@ Mailbox Importer::Now(const std::string& address) {
   }
   const auto found = domain.mailboxes.find(InUnicode(name.Address()));
   return found == domain.mailboxes.end() ? mail_.ShowMailbox(address) : found->second;
-}
-
-void Importer::Create(const ImportLine& line, const MailboxLine& said) {
-  mail_.CreateMailbox(said.address, said.drop_mail.value_or(false));
-  tasks_.push_back({line, said, said.aliases.value_or(Names()), said.forwards.value_or(Names()),
-                    said.responder.value_or(false) || said.answer.subject || said.answer.text,
-                    !said.active.value_or(true)});
 }
 
 /// Takes away what the mailbox is to lose. While it is suspended nothing can be changed.

@@ -22,8 +22,7 @@ namespace fs = std::filesystem;
 
 const char* const kMainCf = "main.cf";
 
-/// Calls `visit` with each "NAME = VALUE" that postconf prints for these options and `names`. The
-/// warnings that may stand between them hold names as well, but do not begin with one.
+/// Calls `visit` with each "NAME = VALUE" that postconf prints for these options and `names`.
 void ForEachValue(const std::vector<std::string>& options, const std::vector<std::string>& names,
                   const std::function<void(const std::string&, const std::string&)>& visit) {
   std::vector<std::string> words = options;
@@ -31,7 +30,7 @@ void ForEachValue(const std::vector<std::string>& options, const std::vector<std
   std::istringstream lines(RunPostconf(words));
   for (std::string line; std::getline(lines, line);) {
     const std::size_t end = line.find(" =");
-    if (end == std::string::npos || line.starts_with("postconf: ")) continue;
+    if (end == std::string::npos) continue;
     const std::size_t begin = line.find_first_not_of(' ', end + 2);
     visit(line.substr(0, end), begin == std::string::npos ? "" : line.substr(begin));
   }

@@ -72,7 +72,7 @@ Contents ContentsOfMap(const Map& map, const std::string& type, Format format) {
     }
     rest.erase(0, begin);
   };
-  std::vector<std::string> words = PostmapCommand();
+  std::vector<std::string> words = PostmapCommand(map.tool);
   words.insert(words.end(), {"-s", type + ":" + map.text.string()});
   const ToolRun run = RunTool(words, "", read);
   if (run.result != 0) throw fen_err::Error("email", "postmap", run.output);

@@ -4,6 +4,7 @@
 #include "panel/mail/postconf.h"
 
 #include <filesystem>
+#include <sstream>
 
 #include <unistd.h>
 
@@ -15,10 +16,25 @@
 #include "panel/text/words.h"
 
 namespace panel::mail {
+namespace {
+
+/// `output` without the lines that the tool has written about what it does not like in main.cf, an
+/// unused parameter say.
+std::string WithoutWarnings(const std::string& output, const std::string& tool) {
+  std::istringstream lines(output);
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(tool + ": ")) continue;
+    text += (text.empty() ? "" : "\n") + line;
+  }
+  return text;
+}
+
+}  // namespace
 
 /// Another tool may be configured in the place of postmap.
-std::vector<std::string> PostconfCommand() {
-  std::vector<std::string> words = SplitWords(fen_cf::GetPath("postfix-postmap"));
+std::vector<std::string> PostconfCommand(const std::string& tool) {
+  std::vector<std::string> words = SplitWords(fen_cf::GetPath(tool));
   if (words.empty()) words.emplace_back();
   std::filesystem::path postconf = words.front();
   postconf.replace_filename("postconf");
@@ -27,8 +43,8 @@ std::vector<std::string> PostconfCommand() {
   return words;
 }
 
-std::vector<std::string> PostmapCommand() {
-  std::vector<std::string> words = PostconfCommand();
+std::vector<std::string> PostmapCommand(const std::string& tool) {
+  std::vector<std::string> words = PostconfCommand(tool);
   words.front() = std::filesystem::path(words.front()).replace_filename("postmap").string();
   return words;
 }
@@ -44,12 +60,11 @@ std::string RunPostconf(const std::vector<std::string>& options) {
                              "\nit was run with the options of postfix-postmap: give those "
                              "that Postfix needs there (-c DIR) under [path]");
   }
-  return run.output;
+  return WithoutWarnings(run.output, words.front());
 }
 
 std::string PostconfValue(const std::string& name) {
-  const std::string output = RunPostconf({"-xh", name});
-  return output.substr(output.rfind('\n') + 1);  // warnings come before it
+  return RunPostconf({"-xh", name});
 }
 
 std::string HostName(const std::string& name) {

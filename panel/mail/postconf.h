@@ -15,13 +15,13 @@
 
 namespace panel::mail {
 
-/// postconf and the options for the configuration folder, as the words of a command line.
-std::vector<std::string> PostconfCommand();
+/// postconf and the options with which `tool` is configured, as the words of a command line.
+std::vector<std::string> PostconfCommand(const std::string& tool = "postfix-postmap");
 
 /// postmap itself, whatever is configured in its place for building maps, with those options.
-std::vector<std::string> PostmapCommand();
+std::vector<std::string> PostmapCommand(const std::string& tool = "postfix-postmap");
 
-/// What postconf prints with `options` behind those; its warnings are among that.
+/// What postconf prints with `options` behind those, but for its warnings.
 std::string RunPostconf(const std::vector<std::string>& options);
 
 /// The value of the parameter `name` of main.cf.

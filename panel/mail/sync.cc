@@ -33,8 +33,17 @@ bool IsChanged(const std::string& path) {
   return zeb_db::FileIsChanged(path, stamp);
 }
 
-/// The aliases of an alias are found only when its line is read as a mailbox again, so a change of
-/// the one file has the other read too.
+/// Whether one of the other files that a pass over the virtual user table reads or mends has
+/// changed: their lines count only when that table is read again.
+bool IsChangedBesides() {
+  bool is_changed = false;
+  for (const char* table : {"aliases", "accessdb", "localhostnames", "domainips", "master"}) {
+    const std::string path = TablePath(table);
+    is_changed = (!path.empty() && IsChanged(path)) || is_changed;
+  }
+  return is_changed;
+}
+
 void ForgetStamp(const std::string& path) {
   const std::string whole = std::filesystem::absolute(path).lexically_normal();
   zeb_db::GetCache().Query("DELETE FROM file_stamp WHERE path = " +
@@ -116,7 +125,7 @@ void CacheAliases(const TableHints& hints, const std::string& table) {
 
 void CacheLists() {
   const std::string access = TablePath("accessdb");
-  const conf::PassedOver later_lines(access, LaterLines(access));
+  const conf::PassedOver idle_lines(access, IdleLines(access));
   BackEnd().CacheWhitelist();
   BackEnd().CacheBlacklist();
 }
@@ -146,7 +155,7 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   const std::string virtual_users = TablePath("virtusertable");
   const std::string aliases = TablePath("aliases");
-  if (IsChanged(aliases) || options.for_comparison) ForgetStamp(virtual_users);
+  if (IsChangedBesides() || options.for_comparison) ForgetStamp(virtual_users);
   const bool is_changed = IsChanged(virtual_users);
   const SyncDifferences differences(WhatMayDiffer(is_changed, options));
   ListsBefore lists;
@@ -154,7 +163,7 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   if (is_changed) {
     const TableHints hints(virtual_users, aliases);
     const Settlement settlement(hints);
-    const conf::PassedOver later_lines(virtual_users, hints.later_lines());
+    const conf::PassedOver idle_lines(virtual_users, hints.idle_lines());
     BackEnd().CacheDomains();
     CacheMailboxes(hints, options.progress);
     CacheAliases(hints, virtual_users);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "host/email.h"
@@ -16,11 +17,16 @@
 #include "panel/mail/bindings.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/responder_folder.h"
+#include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
 
 using Key = std::int64_t;
+
+/// The alias to which the lines of what is suspended lead.
+const char* const kSuspended = "postfix_err_nouser";
 
 /// A mailbox as the passes have left it.
 struct Found {
@@ -125,10 +131,26 @@ std::set<std::string> UnboundDomains() {
   return {names.begin(), names.end()};
 }
 
+/// The suspended domains whose entry in the access table is the one that the back-end gives to
+/// those that it finds without any. It refuses no mail, and the back-end does not know it again.
+std::vector<SuspendedDomain> HalfSuspendedDomains() {
+  TextTable verdicts(TablePath("accessdb"), Format::kPostmap);
+  std::vector<SuspendedDomain> domains;
+  fen_db::Result rows = zeb_db::GetCache().Query(
+      "SELECT name, defaction, redirect FROM email_domain WHERE NOT active");
+  for (; !rows.Eof(); rows.Next()) {
+    const std::optional<Entry> verdict = verdicts.Find(rows.Str(0));
+    if (verdict && verdict->value == kSuspended) {
+      domains.push_back({rows.Str(0), rows.Str(1), rows.Str(2)});
+    }
+  }
+  return domains;
+}
+
 }  // namespace
 
 Settlement::Settlement(const TableHints& hints)
-    : hints_(hints), unbound_before_(UnboundDomains()) {}
+    : hints_(hints), unbound_before_(UnboundDomains()), half_suspended_(HalfSuspendedDomains()) {}
 
 void Settlement::Settle() const {
   SettleDefaultActions();
@@ -137,6 +159,7 @@ void Settlement::Settle() const {
   SettleDropMail();
   SettleResponders();
   SettleAddresses();
+  SettleSuspensions();
 }
 
 /// A mailbox keeps no mail when its own target discards it. That of a suspended one tells nothing.
@@ -188,6 +211,18 @@ void Settlement::SettleAddresses() const {
     row->name.Lookup(name);
     row->ip = address->second;
     row->Post();
+  }
+}
+
+void Settlement::SettleSuspensions() const {
+  DomainRow row = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  for (const SuspendedDomain& domain : half_suspended_) {
+    if (!row->name.Lookup(domain.name)) continue;
+    row->active = false;
+    row->defaction = domain.default_action;
+    row->redirect = domain.redirect;
+    row->Post();
+    BackEnd().SuspendDomain(row);
   }
 }
 

@@ -9,10 +9,18 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "panel/mail/table_hints.h"
 
 namespace panel::mail {
+
+/// A suspended domain as it was before.
+struct SuspendedDomain {
+  std::string name;
+  std::string default_action;
+  std::string redirect;
+};
 
 class Settlement {
  public:
@@ -26,9 +34,11 @@ class Settlement {
   void SettleDropMail() const;
   void SettleResponders() const;
   void SettleAddresses() const;
+  void SettleSuspensions() const;
 
   const TableHints& hints_;
   std::set<std::string> unbound_before_;  ///< the domains without an outgoing address
+  std::vector<SuspendedDomain> half_suspended_;
 };
 
 }  // namespace panel::mail

@@ -3,6 +3,7 @@
 
 #include "panel/mail/table_checks.h"
 
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -38,6 +39,39 @@ bool IsManaged(const std::string& key, const Domains& domains) {
   }
 }
 
+/// How an oddity is told.
+struct Words {
+  const char* what;
+  const char* why;
+  const char* mend;
+  bool of_panel_only;  ///< in lines of others it does no harm
+};
+
+const Words& WordsFor(Oddity::Kind kind) {
+  static const std::map<Oddity::Kind, Words> words = {
+      {Oddity::Kind::kNoEntry,
+       {"is no entry", "Postfix skips it", "complete the line, or delete it", false}},
+      {Oddity::Kind::kContinuesNothing,
+       {"begins with a blank and continues no line", "Postfix skips it",
+        "take the blank away, or delete the line", false}},
+      {Oddity::Kind::kNul,
+       {"holds a NUL character", "Postfix reads nothing behind it, and the panel not the line",
+        "take the character out", false}},
+      {Oddity::Kind::kContinued,
+       {"is continued in the line below",
+        "the panel reads and changes the first line alone, Postfix reads all", "join the lines",
+        true}},
+      {Oddity::Kind::kOtherSpelling,
+       {"has its key in capital letters or quotes",
+        "the panel, which writes neither, does not find the line to change it",
+        "write the key plainly, then sync", true}},
+      {Oddity::Kind::kComment,
+       {"has a comment behind its value", "Postfix takes that for addresses as well",
+        "put the comment into a line of its own", true}},
+  };
+  return words.at(kind);
+}
+
 class TableCheck {
  public:
   TableCheck(std::string path, Format format, const Domains& domains)
@@ -65,19 +99,9 @@ class TableCheck {
   }
 
   void Add(const Oddity& oddity) {
-    switch (oddity.kind) {
-      case Oddity::Kind::kNoEntry:
-        return Add(oddity.line, "is no entry", "Postfix skips it",
-                   "complete the line, or delete it");
-      case Oddity::Kind::kContinuesNothing:
-        return Add(oddity.line, "begins with a blank and continues no line", "Postfix skips it",
-                   "take the blank away, or delete the line");
-      case Oddity::Kind::kContinued:
-        if (!IsManaged(oddity.key, domains_)) return;
-        return Add(oddity.line, "is continued in the line below",
-                   "the panel reads and changes the first line alone, Postfix reads all",
-                   "join the lines");
-    }
+    const Words& words = WordsFor(oddity.kind);
+    if (words.of_panel_only && !IsManaged(oddity.key, domains_)) return;
+    Add(oddity.line, words.what, words.why, words.mend);
   }
 
   void Add(std::size_t line, const std::string& what, const std::string& why,

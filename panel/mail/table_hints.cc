@@ -27,21 +27,24 @@ std::string WithPlainDomain(std::string_view address) {
 
 }  // namespace
 
-std::unordered_set<std::size_t> LaterLines(const std::string& path) {
+std::unordered_set<std::size_t> IdleLines(const std::string& path) {
+  TextTable table(path, Format::kPostmap);
   std::unordered_set<std::size_t> offsets;
-  for (const Repeat& repeat : TextTable(path, Format::kPostmap).FindRepeats()) {
-    offsets.insert(repeat.offset);
+  for (const Repeat& repeat : table.FindRepeats()) offsets.insert(repeat.offset);
+  for (const Oddity& oddity : table.FindOddities()) {
+    const bool is_idle = oddity.kind == Oddity::Kind::kNoEntry || oddity.kind == Oddity::Kind::kNul;
+    if (is_idle) offsets.insert(oddity.offset);
   }
   return offsets;
 }
 
 TableHints::TableHints(const std::string& virtual_users, const std::string& aliases)
     : text_(conf::ReadWholeFile(virtual_users).bytes),
-      later_(LaterLines(virtual_users)),
+      idle_(IdleLines(virtual_users)),
       entries_text_(conf::ReadWholeFile(aliases).bytes) {
   ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
     ++lines_;
-    if (later_.contains(static_cast<std::size_t>(key.data() - text_.data()))) return;
+    if (idle_.contains(static_cast<std::size_t>(key.data() - text_.data()))) return;
     if (Discards(targets)) discarding_.insert(WithPlainDomain(key));
     for (const std::string_view target : targets) {
       if (target != key && target.find('@') != std::string_view::npos) led_to_.push_back(target);

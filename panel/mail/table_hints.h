@@ -18,8 +18,9 @@
 
 namespace panel::mail {
 
-/// Where the lines of a table stand whose key an earlier line has: Postfix goes by that one.
-std::unordered_set<std::size_t> LaterLines(const std::string& path);
+/// Where the lines of a table stand that mean nothing to Postfix, or not what they seem to: an
+/// earlier line has the key, or Postfix cannot read them.
+std::unordered_set<std::size_t> IdleLines(const std::string& path);
 
 class TableHints {
  public:
@@ -32,8 +33,8 @@ class TableHints {
   /// The number of lines of the virtual user table that have a key.
   std::size_t lines() const noexcept { return lines_; }
 
-  /// LaterLines of the virtual user table, of which nothing else here knows.
-  const std::unordered_set<std::size_t>& later_lines() const noexcept { return later_; }
+  /// IdleLines of the virtual user table, of which nothing else here knows.
+  const std::unordered_set<std::size_t>& idle_lines() const noexcept { return idle_; }
 
   /// The addresses that are targets of other lines, some of them repeatedly.
   const std::vector<std::string_view>& led_to() const noexcept { return led_to_; }
@@ -49,7 +50,7 @@ class TableHints {
 
  private:
   std::string text_;
-  std::unordered_set<std::size_t> later_;
+  std::unordered_set<std::size_t> idle_;
   std::string entries_text_;
   std::size_t lines_ = 0;
   std::vector<std::string_view> led_to_;          ///< pieces of the text

@@ -183,12 +183,12 @@ void TextTable::AddRepeats(std::span<const Place> places, std::vector<Repeat>& r
 std::vector<Oddity> TextTable::FindOddities() {
   if (!is_read_) Read();
   std::vector<Oddity> oddities;
-  if (orphan_ != 0) oddities.push_back({Oddity::Kind::kContinuesNothing, orphan_, ""});
+  if (orphan_) oddities.push_back(*orphan_);
   for (const Place& place : places_) {
-    const bool is_entry = EntryAt(place).has_value();
-    if (is_entry && !IsContinued(place.offset)) continue;
-    oddities.push_back({is_entry ? Oddity::Kind::kContinued : Oddity::Kind::kNoEntry, place.line,
-                        KeyOf(LineAt(text_, place.offset), format_)});
+    const std::optional<Oddity::Kind> kind = OddityAt(place);
+    if (!kind) continue;
+    oddities.push_back(
+        {*kind, place.line, place.offset, KeyOf(LineAt(text_, place.offset), format_)});
   }
   std::sort(oddities.begin(), oddities.end(),
             [](const Oddity& left, const Oddity& right) { return left.line < right.line; });
@@ -202,8 +202,8 @@ void TextTable::Read() {
     const std::string_view line = LineAt(text_, offset);
     if (!IsSkipped(line) && !IsBlank(line.front())) {
       places_.push_back({Hash(KeyOf(line, format_)), number, offset});
-    } else if (!IsSkipped(line) && places_.empty() && orphan_ == 0) {
-      orphan_ = number;
+    } else if (!IsSkipped(line) && places_.empty() && !orphan_) {
+      orphan_ = Oddity{Oddity::Kind::kContinuesNothing, number, offset, ""};
     }
     offset += line.size() + 1;
   }
@@ -248,6 +248,20 @@ std::optional<Entry> TextTable::EntryAt(const Place& place) const {
   const bool is_local = FindUnquoted(key, [](char one) { return one == '@'; }) == key.size();
   if (format_ == Format::kPostalias && !is_local) return std::nullopt;
   return Entry{place.line, std::string(key), std::string(value), {}};
+}
+
+std::optional<Oddity::Kind> TextTable::OddityAt(const Place& place) const {
+  const std::string_view line = LineAt(text_, place.offset);
+  const std::optional<Entry> entry = EntryAt(place);
+  if (!entry) return Oddity::Kind::kNoEntry;
+  if (line.find('\0') != std::string_view::npos) return Oddity::Kind::kNul;
+  if (IsContinued(place.offset)) return Oddity::Kind::kContinued;
+  if (entry->key != KeyOf(line, format_)) return Oddity::Kind::kOtherSpelling;
+  if (entry->value.find(" #") != std::string::npos ||
+      entry->value.find("\t#") != std::string::npos) {
+    return Oddity::Kind::kComment;
+  }
+  return std::nullopt;
 }
 
 }  // namespace panel::mail

@@ -48,13 +48,17 @@ struct Repeat {
 struct Oddity {
   enum class Kind {
     kNoEntry,           ///< Postfix skips it
+    kNul,               ///< it holds a NUL, behind which Postfix reads nothing
     kContinued,         ///< the lines below continue it
+    kOtherSpelling,     ///< its key has capital letters, or quotes where Postfix takes them off
+    kComment,           ///< a "#" stands behind the value, of which it is a part for Postfix
     kContinuesNothing,  ///< it begins with a blank, and no entry stands above
   };
 
   Kind kind;
   std::size_t line = 0;
-  std::string key;  ///< in lower case; empty for a line that continues nothing
+  std::size_t offset = 0;  ///< of the line in the file
+  std::string key;         ///< in lower case; empty for a line that continues nothing
 };
 
 class TextTable {
@@ -90,14 +94,15 @@ class TextTable {
   bool IsContinued(std::size_t offset) const;
   std::string LogicalLine(std::size_t offset) const;
   std::optional<Entry> EntryAt(const Place& place) const;
+  std::optional<Oddity::Kind> OddityAt(const Place& place) const;
   void AddRepeats(std::span<const Place> places, std::vector<Repeat>& repeats) const;
 
   std::string path_;
   Format format_;
   bool is_read_ = false;
   std::string text_;
-  std::size_t orphan_ = 0;     ///< the first line that continues nothing; 0 when there is none
-  std::vector<Place> places_;  ///< in the order of their hashes, then of the text
+  std::optional<Oddity> orphan_;  ///< the first line that continues nothing
+  std::vector<Place> places_;     ///< in the order of their hashes, then of the text
 };
 
 }  // namespace panel::mail

@@ -130,6 +130,48 @@ TEST(Sync, GivesAKnownSuspendedDomainWithoutAnEntryTheTargetOfTheSuspended) {
   EXPECT_EQ(panel.Table("access"), "a.example\tpostfix_err_nouser\n");
 }
 
+TEST(Sync, LeavesADomainSuspendedThatItHasGivenTheTargetOfTheSuspended) {
+  const HandKeptPanel panel;
+  panel.SetTable("virtusertable", "@a.example\tdevnull\n");
+  panel.Do({"sync"});
+  panel.Do({"domain", "suspend", "a.example"});
+  panel.SetTable("access", "");
+  panel.Do({"sync"});
+
+  EXPECT_EQ(panel.Do({"sync"}), NothingNew());
+
+  EXPECT_EQ(panel.Do({"domain", "list"}),
+            "NAME       STATE      DEFAULT ACTION  REDIRECT  IP\n"
+            "a.example  suspended  ignore          -         -\n");
+  EXPECT_EQ(panel.Table("access"), "a.example\t550 Account disabled\n");
+}
+
+TEST(Sync, MendsLocalHostNamesThatAloneHaveChanged) {
+  const HandKeptPanel panel;
+  panel.SetTable("virtusertable", "@a.example\tdevnull\n");
+  panel.Do({"sync"});
+  panel.SetTable("local-host-names", "");
+
+  EXPECT_EQ(panel.Do({"sync"}), NothingNew());
+
+  EXPECT_EQ(panel.Table("local-host-names"), "a.example\n");
+}
+
+TEST(Sync, PassesOverLinesThatPostfixCannotRead) {
+  const HandKeptPanel panel;
+  panel.SetTable("virtusertable",
+                 "@a.example\tdevnull\n"
+                 "info@a.example\tinfo@a.example\n"
+                 "bad\xff@a.example\tinfo@a.example\n" +
+                     std::string("nul@a.example\tin\0fo@a.example\n", 30) + "bare@a.example\n");
+
+  panel.Do({"sync"});
+
+  EXPECT_EQ(panel.Do({"mailbox", "list"}),
+            "ADDRESS         STATE   MAIL  RESPONDER  ALIASES  FORWARDS\n"
+            "info@a.example  active  kept  off        -        -\n");
+}
+
 TEST(Sync, ReadsTheAddressFromWhichADomainSends) {
   const HandKeptPanel panel;
   panel.SetTable("virtusertable", "@a.example\tdevnull\n@b.example\tdevnull\n");
@@ -678,6 +720,7 @@ TEST(SyncAgain, MakesAMailboxOfAnAliasThatGotALineOfItsOwn) {
 
 TEST(SyncAgain, LeavesRowsChangedByHandWhileTheTablesAreTheSame) {
   const TablePanel panel("info@a.example\tinfo@a.example\noffice@a.example\toffice@a.example\n");
+  panel.Do({"sync"});  // the first one has written local host names
   panel.ChangeDatabase([] {
     zeb_db::GetCache().Query("DELETE FROM email WHERE name = 'info'");
     zeb_db::GetCache().Query("UPDATE email SET active = false");

@@ -55,7 +55,7 @@ TEST(TableCheck, FindsNothingWhereOnlyThePanelHasWritten) {
 
 TEST(TableCheck, NamesBothLinesOfARepeatedKey) {
   const EditedPanel panel;
-  panel.Append("virtusertable", "# by hand\nINFO@a.example\tother@c.example\n");
+  panel.Append("virtusertable", "# by hand\ninfo@a.example\tother@c.example\n");
   panel.Append("access", "foe.example OK\n");
   panel.Append("aliases", "\"Devnull\": /dev/null\n");
 

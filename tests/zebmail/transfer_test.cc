@@ -241,6 +241,14 @@ TEST_F(TransferOfAll, MovesAnAliasFromOneMailboxToAnother) {
   EXPECT_EQ(panel_.Lookup("virtusertable", "sales@a.example"), "drop@a.example");
 }
 
+TEST_F(TransferOfAll, MakesAMailboxOfWhatALaterLineTakesFromTheAliases) {
+  Import(R"({"type":"mailbox","address":"sales@a.example"})"
+         "\n"
+         R"({"type":"mailbox","address":"info@a.example","aliases":["shop"]})");
+
+  EXPECT_EQ(panel_.Lookup("virtusertable", "sales@a.example"), "sales@a.example");
+}
+
 TEST_F(Transfer, SavesEachTableOnceAndRunsOneToolForIt) {
   const test_support::RecordingTool postmap(panel_.folder(), "postmap");
   const test_support::RecordingTool postalias(panel_.folder(), "postalias");

@@ -48,9 +48,13 @@ Findings CheckPendingWork() {
 }
 
 /// The program of the command line that is configured under `name`.
-void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
+std::string ProgramOf(const std::string& name) {
   const std::string command = fen_cf::GetPath(name);
-  const std::string program = command.substr(0, command.find(' '));
+  return command.substr(0, command.find(' '));
+}
+
+void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
+  const std::string program = ProgramOf(name);
   if (program.empty()) {
     findings.push_back({"path", name, "is not configured", why, ConfigureAdvice(name), {}});
   } else if (access(program.c_str(), X_OK) != 0) {
@@ -127,11 +131,12 @@ Findings CheckTableFiles() {
   return findings;
 }
 
-/// What is wrong with the map; empty when nothing is. That there is no text is another check's to
-/// say.
+/// What is wrong with the map; empty when nothing is. That there is no text, or no tool, is another
+/// check's to say.
 std::string FaultOf(const Map& map, const std::string& suffix) {
   if (!ReadingFailure(map.text).empty()) return "";
   if (IsStale(map, suffix)) return "is missing or older than its text";
+  if (access(ProgramOf(map.tool).c_str(), X_OK) != 0) return "";
   try {
     const bool is_of_text = IsOfText(map, PostconfValue("default_database_type"));
     return is_of_text ? "" : "is newer than its text, but does not say the same";

@@ -3,6 +3,7 @@
 
 #include "panel/mail/text_table.h"
 
+#include <map>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -36,15 +37,23 @@ class ATextTable : public testing::Test {
   std::string Oddities(const std::string& text, Format format = Format::kPostmap) {
     std::string shown;
     for (const auto& oddity : Table(text, format).FindOddities()) {
-      const std::string kind = oddity.kind == Oddity::Kind::kNoEntry     ? "no entry "
-                               : oddity.kind == Oddity::Kind::kContinued ? "continued "
-                                                                         : "continues nothing";
-      shown += std::to_string(oddity.line) + ": " + kind + oddity.key + "\n";
+      shown += std::to_string(oddity.line) + ": " + Kinds().at(oddity.kind) + oddity.key + "\n";
     }
     return shown;
   }
 
  private:
+  static const std::map<Oddity::Kind, std::string>& Kinds() {
+    static const std::map<Oddity::Kind, std::string> kinds = {
+        {Oddity::Kind::kNoEntry, "no entry "},
+        {Oddity::Kind::kNul, "nul "},
+        {Oddity::Kind::kContinued, "continued "},
+        {Oddity::Kind::kOtherSpelling, "other spelling "},
+        {Oddity::Kind::kComment, "comment "},
+        {Oddity::Kind::kContinuesNothing, "continues nothing"}};
+    return kinds;
+  }
+
   test_support::TempFolder folder_;
 };
 
@@ -91,6 +100,27 @@ TEST_F(ATextTable, TellsWhatPostfixSkipsOrReadsTogether) {
                      "b@x\n"
                      "c@x\tthree\n"),
             "1: continues nothing\n2: continued a@x\n5: no entry b@x\n");
+}
+
+TEST_F(ATextTable, TellsKeysInOtherSpellingsAndCommentsBehindValues) {
+  EXPECT_EQ(Oddities("A@x\tone\n"
+                     "b@x\tone # two\n"
+                     "c@x\tone#two\n"),
+            "1: other spelling a@x\n2: comment b@x\n");
+  EXPECT_EQ(Oddities("\"a+x\": one\nb+x: two\n", Format::kPostalias), "1: other spelling a+x\n");
+}
+
+TEST_F(ATextTable, TellsANulAndBytesThatAreNoUtf8) {
+  EXPECT_EQ(Oddities(std::string("a@x\ton\0e\nb\xff@x\ttwo\nc@x\tthree\n", 28)),
+            "1: nul a@x\n2: no entry b\xff@x\n");
+}
+
+TEST_F(ATextTable, VisitsEachEntryThatCounts) {
+  std::map<std::string, std::string> entries;
+  TextTable table = Table("A@x\tone\na@x\ttwo\nb@x\n c@x\nd@x\n", Format::kPostmap);
+  table.ForEach([&](const std::string& key, const std::string& value) { entries[key] = value; });
+
+  EXPECT_EQ(entries, (std::map<std::string, std::string>{{"a@x", "one"}, {"b@x", "c@x"}}));
 }
 
 TEST_F(ATextTable, OfAliasesTellsLinesWithoutColon) {

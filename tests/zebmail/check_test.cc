@@ -14,6 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::StartsWith;
+
 std::string Postmap(const OwnPanel& panel, const std::string& table) {
   return "/usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Path("panel/mail/" + table);
 }
@@ -59,6 +61,61 @@ TEST(Check, FindsAndMendsStaleAndMissingMaps) {
             "mended: " + virtusertable + ": " + Postmap(panel, "virtusertable") +
                 "\nmended: " + aliases + ": " + postalias + "\nnothing is wrong\n");
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(Check, FindsAndMendsANewMapThatSaysOtherThanItsText) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  for (const char* table : {"virtusertable", "aliases"}) {
+    const std::string text = panel.Table(table);
+    const std::string map = panel.Path("panel/mail/") + table + ".db";
+    panel.SetTable(table, text + "other: x@example.net\n");
+    panel.Run({"check", "--fix"});
+    panel.SetTable(table, text);
+    fs::last_write_time(map, fs::file_time_type::clock::now() + std::chrono::hours(1));
+
+    const CommandRun found = panel.Run({"check"});
+
+    EXPECT_EQ(found.status, 1);
+    EXPECT_THAT(found.output,
+                StartsWith(map + " is newer than its text, but does not say the same; "));
+    EXPECT_THAT(panel.Do({"check", "--fix"}), StartsWith("mended: " + map));
+    EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+  }
+}
+
+TEST(Check, FindsNoDifferenceInTheFormThatPostaliasGivesToValues) {
+  const OwnPanel panel;
+  panel.SetTable("aliases", panel.Table("aliases") +
+                                "Info :  Boss <boss@example.net>,x@example.net\n"
+                                "\"two words\": \"| cat\",\n  :include:/etc/list\n");
+
+  panel.Do({"check", "--fix"});
+
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(Check, FindsTablesThatOthersCanWrite) {
+  const OwnPanel panel;
+  const std::string aliases = panel.Path("panel/mail/aliases");
+  fs::permissions(aliases, fs::perms::others_write, fs::perm_options::add);
+  const std::string finding =
+      " can be written by others than root; who writes it decides where "
+      "mail goes and what Postfix runs; mend: chown root " +
+      aliases + " && chmod go-w " + aliases + "\n";
+
+  EXPECT_THAT(panel.Run({"check"}).output, StartsWith(aliases + finding));
+
+  ASSERT_EQ(CarryOut("chown root " + aliases + " && chmod go-w " + aliases).status, 0);
+  EXPECT_EQ(panel.Run({"check", "--fix"}).status, 0);
+}
+
+TEST(Check, IsNotDisturbedByWarningsOfPostconf) {
+  const OwnPanel panel;
+  panel.SetMainCf(panel.MainCf() + "foo = 1\nmyhostname = mail.test\n");
+
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+  EXPECT_EQ(panel.Do({"domain", "create", "example.org"}), "example.org: created\n");
 }
 
 TEST(Check, ReportsAsJson) {

@@ -11,6 +11,7 @@
 
 #include "panel/conf/disk_file.h"
 #include "panel/mail/names.h"
+#include "panel/text/byte_set.h"
 
 namespace panel::mail {
 namespace {
@@ -35,6 +36,16 @@ std::string_view LineAt(std::string_view text, std::size_t offset) {
 bool IsSkipped(std::string_view line) {
   const std::size_t begin = line.find_first_not_of(kBlanks);
   return begin == std::string_view::npos || line[begin] == '#';
+}
+
+/// Whether the line is a key and a value in characters that have no other meaning anywhere. Nearly
+/// all lines are, and need not be looked at closely.
+bool IsPlain(std::string_view line) {
+  static constexpr ByteSet kPlain("abcdefghijklmnopqrstuvwxyz0123456789@.+-_=");
+  const std::size_t key = kPlain.CountIn(line);
+  if (key == 0 || key == line.size() || (line[key] != ' ' && line[key] != '\t')) return false;
+  const std::string_view value = line.substr(key + 1);
+  return !value.empty() && kPlain.CountIn(value) == value.size();
 }
 
 /// Where the first character that `ends` is outside of double quotes; the size when there is none.
@@ -252,6 +263,9 @@ std::optional<Entry> TextTable::EntryAt(const Place& place) const {
 
 std::optional<Oddity::Kind> TextTable::OddityAt(const Place& place) const {
   const std::string_view line = LineAt(text_, place.offset);
+  if (format_ == Format::kPostmap && IsPlain(line) && !IsContinued(place.offset)) {
+    return std::nullopt;
+  }
   const std::optional<Entry> entry = EntryAt(place);
   if (!entry) return Oddity::Kind::kNoEntry;
   if (line.find('\0') != std::string_view::npos) return Oddity::Kind::kNul;

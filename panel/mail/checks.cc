@@ -18,7 +18,6 @@
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/map_contents.h"
 #include "panel/mail/maps.h"
-#include "panel/mail/postconf.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/table_checks.h"
 #include "panel/mail/wiring_checks.h"
@@ -133,13 +132,12 @@ Findings CheckTableFiles() {
 
 /// What is wrong with the map; empty when nothing is. That there is no text, or no tool, is another
 /// check's to say.
-std::string FaultOf(const Map& map, const std::string& suffix) {
+std::string FaultOf(const Map& map, const std::string& type) {
   if (!ReadingFailure(map.text).empty()) return "";
-  if (IsStale(map, suffix)) return "is missing or older than its text";
+  if (IsStale(map, *SuffixOf(type))) return "is missing or older than its text";
   if (access(ProgramOf(map.tool).c_str(), X_OK) != 0) return "";
   try {
-    const bool is_of_text = IsOfText(map, PostconfValue("default_database_type"));
-    return is_of_text ? "" : "is newer than its text, but does not say the same";
+    return IsOfText(map, type) ? "" : "is newer than its text, but does not say the same";
   } catch (const fen_err::Error& error) {
     return "cannot be read: " + error.value();
   }
@@ -147,9 +145,9 @@ std::string FaultOf(const Map& map, const std::string& suffix) {
 
 Findings CheckMaps() {
   Findings findings;
-  std::string suffix;
+  std::string type;
   try {
-    suffix = MapSuffix();
+    type = MapType();
   } catch (const fen_err::Error& error) {
     return {{"map",
              error.object(),
@@ -159,9 +157,9 @@ Findings CheckMaps() {
              {}}};
   }
   for (const Map& map : Maps()) {
-    const std::string fault = FaultOf(map, suffix);
+    const std::string fault = FaultOf(map, type);
     if (fault.empty()) continue;
-    findings.push_back({"map", map.text.string() + suffix, fault,
+    findings.push_back({"map", map.text.string() + *SuffixOf(type), fault,
                         "Postfix works with an earlier text, or with none", BuildCommand(map),
                         [map] { Build(map); }});
   }

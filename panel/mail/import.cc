@@ -154,6 +154,7 @@ class Importer {
     std::unordered_map<std::string, Mailbox> mailboxes;
   };
   std::unordered_map<std::string, DomainBefore> before_;
+  std::vector<const ImportLine*> new_mailboxes_;
   std::vector<MailboxTask> tasks_;
   ImportResult web_domains_{"webdomains"};
   ImportResult domains_{"domains"};
@@ -167,7 +168,9 @@ std::vector<ImportResult> Importer::Run() {
   ForEach<WebDomain>(&Importer::BringIn);
   ForEach<DomainLine>(&Importer::BringIn);
   ForEach<MailboxLine>(&Importer::BeginChange);
-  ForEach<MailboxLine>(&Importer::Create);
+  for (const ImportLine* const line : new_mailboxes_) {
+    At(*line, [&] { Create(*line, std::get<MailboxLine>(line->said)); });
+  }
   ForEachTask(&Importer::Deliver);
   ForEach<SenderLine>(&Importer::BringIn);
   ForEachTask(&Importer::Suspend);
@@ -236,11 +239,14 @@ void Importer::BringIn(const ImportLine& /*line*/, const DomainLine& said) {
 }
 
 void Importer::BeginChange(const ImportLine& line, const MailboxLine& said) {
-  if (LookUpMailbox(said.address)) BeginChange(line, said, Now(said.address));
+  if (LookUpMailbox(said.address)) {
+    BeginChange(line, said, Now(said.address));
+  } else {
+    new_mailboxes_.push_back(&line);
+  }
 }
 
 void Importer::Create(const ImportLine& line, const MailboxLine& said) {
-  if (LookUpMailbox(said.address)) return;
   mail_.CreateMailbox(said.address, said.drop_mail.value_or(false));
   ++mailboxes_.added;
   tasks_.push_back({line, said, said.aliases.value_or(Names()), said.forwards.value_or(Names()),

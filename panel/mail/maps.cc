@@ -45,12 +45,15 @@ std::optional<std::string> SuffixOf(const std::string& type) {
   return suffix == suffixes.end() ? std::nullopt : std::optional(suffix->second);
 }
 
-std::string MapSuffix() {
-  const std::string type = PostconfValue("default_database_type");
-  const std::optional<std::string> suffix = SuffixOf(type);
-  if (suffix) return *suffix;
+std::string MapType() {
+  std::string type = PostconfValue("default_database_type");
+  if (SuffixOf(type)) return type;
   throw fen_err::Error("email", "postconf",
                        "default_database_type is \"" + type + "\", which is no map in a file");
+}
+
+std::string MapSuffix() {
+  return *SuffixOf(MapType());
 }
 
 bool IsStale(const Map& map, const std::string& suffix) {

@@ -27,9 +27,11 @@ std::vector<Map> Maps();
 /// postmap builds beside the text.
 std::optional<std::string> SuffixOf(const std::string& type);
 
-/// What files of the server's default map type end in. Throws
-/// fen_err::Error("email", "postconf", ...) when postconf does not tell, or tells a type that is no
-/// file.
+/// The server's default map type. Throws fen_err::Error("email", "postconf", ...) when postconf
+/// does not tell, or tells a type that is no file.
+std::string MapType();
+
+/// What files of the server's default map type end in. Fails as MapType does.
 std::string MapSuffix();
 
 /// Whether the map of `map`, a file ending in `suffix`, is missing or older than its text.

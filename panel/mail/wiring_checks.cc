@@ -103,7 +103,7 @@ Findings CheckHostNames(const Wiring&) {
 
 Findings CheckWiring() {
   try {
-    static_cast<void>(MapSuffix());
+    static_cast<void>(MapType());
   } catch (const fen_err::Error&) {
     return {};  // the maps' check has asked the same and tells why
   }

@@ -9,7 +9,6 @@
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "panel/mail/maps.h"
-#include "panel/mail/postconf.h"
 #include "panel/mail/value_list.h"
 #include "panel/module/config.h"
 #include "panel/text/control_characters.h"
@@ -59,8 +58,7 @@ bool WiringParts::IsPatternMapOf(const std::string& element, const std::string& 
 
 WiringParts FindWiringParts() {
   WiringParts parts;
-  static_cast<void>(MapSuffix());  // refuses a type that is no file
-  parts.default_type = PostconfValue("default_database_type");
+  parts.default_type = MapType();
   parts.virtusertable = FitPath("postfix-virtusertable");
   parts.aliases = FitPath("postfix-aliases");
   parts.access = FitPath("postfix-accessdb");

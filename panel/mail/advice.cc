@@ -26,7 +26,7 @@ std::string ReadableName(const std::string& table) {
 
 std::string ShellWord(const std::string& word) {
   static const char* const kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-";
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-@+:,";
   if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
   return "'" + str::Replace(word, "'", "'\\''") + "'";
 }

@@ -483,6 +483,22 @@ TEST(WiringCheck, LooksForTheEndOfEachMailbox) {
   EXPECT_EQ(panel.Check(), kWell);
 }
 
+TEST(WiringCheck, NamesTheParameterOfATransportMapThatIsMissing) {
+  const WiredPanel panel;
+  panel.Set("mailbox_transport", "");
+  panel.Set("transport_maps", "hash:/nonexistent/transport");
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_THAT(
+      findings,
+      StartsWith("transport_maps has hash:/nonexistent/transport, which cannot be opened: "
+                 "/nonexistent/transport.db: No such file or directory; mail that it may be "
+                 "about waits until it can; mend: mend the map, or take it out of "
+                 "transport_maps\n"));
+  EXPECT_THAT(findings, HasSubstr("info@example.org has neither a Unix user"));
+}
+
 /// A program for mailboxes runs in a Unix user's name, so it is none for those that have none.
 TEST(WiringCheck, TakesNoCommandForAnEndWithoutAUnixUser) {
   const WiredPanel panel;

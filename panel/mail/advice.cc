@@ -8,7 +8,10 @@
 
 #include <cxxabi.h>
 
+#include "host/fen_cf.h"
 #include "host/str.h"
+#include "panel/mail/maps.h"
+#include "panel/mail/postfix_command.h"
 #include "panel/module/config.h"
 
 namespace panel::mail {
@@ -20,6 +23,15 @@ std::string ReadableName(const std::string& table) {
   const std::unique_ptr<char, void (*)(void*)> name(
       abi::__cxa_demangle(table.c_str(), nullptr, nullptr, &status), std::free);
   return name ? name.get() : table;
+}
+
+/// While the modules are not set up, a file may be known by its table alone.
+std::string OutstandingTool(const conf::PendingWork& work) {
+  if (IsReload(work)) return PostfixCommand("reload");
+  for (const Map& map : Maps()) {
+    if (map.text == work.path) return BuildCommand(map);
+  }
+  return "the tool of " + ReadableName(work.table);
 }
 
 }  // namespace
@@ -45,8 +57,13 @@ std::string FixCommand() {
   return Command("check --fix");
 }
 
+bool IsReload(const conf::PendingWork& work) {
+  return work.path == fen_cf::GetPath("postfix-localhostnames") ||
+         work.path == fen_cf::GetPath("postfix-master");
+}
+
 std::string DescribeOutstandingTool(const conf::PendingWork& work) {
-  return "was saved, but the tool of " + ReadableName(work.table) + " has not succeeded since";
+  return "was saved, but " + OutstandingTool(work) + " has not succeeded since";
 }
 
 std::string DescribePendingWork() {

@@ -22,6 +22,7 @@
 #include "panel/mail/map_contents.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
+#include "panel/mail/suspension_checks.h"
 #include "panel/mail/table_checks.h"
 #include "panel/mail/target_checks.h"
 #include "panel/mail/wiring_checks.h"
@@ -212,10 +213,10 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 11> kChecks = {
+constexpr std::array<Check, 12> kChecks = {
     &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,
     &CheckMaps,        &CheckTableLines, &CheckTargets,    &CheckHostNameLines,
-    &CheckResponders,  &CheckBindings,   &CheckWiring};
+    &CheckSuspensions, &CheckResponders, &CheckBindings,   &CheckWiring};
 
 }  // namespace
 

@@ -346,6 +346,25 @@ TEST(BindingCheck, FindsMapLinesThatPostfixCannotUse) {
                 "about may send from another address; mend: mend the line, or delete it\n");
 }
 
+TEST(Binding, TakesAnIp4AddressInTheGuiseOfAnIp6OneForWhatItIs) {
+  const BindingPanel panel;
+
+  panel.Do({"domain", "create", "shop.example", "--ip", "::ffff:127.0.0.10"});
+
+  EXPECT_EQ(panel.MasterCf(), kStandard + kService);
+  EXPECT_EQ(panel.Table("domainips"), kMapLine);
+}
+
+TEST(Binding, IsRefusedToAnAddressOfASingleLink) {
+  const BindingPanel panel;
+
+  const CommandRun run = panel.Run({"domain", "create", "shop.example", "--ip", "fe80::1"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zebmail: value: ip: \"fe80::1\" cannot be the address of a single machine\n");
+}
+
 TEST(BindingCheck, FindsDomainThatIsNotBound) {
   const BindingPanel panel;
   panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});

@@ -202,6 +202,25 @@ TEST(TableCheck, NamesHostNamesInAFormThatThePanelDoesNotFind) {
                 "delete the line\n");
 }
 
+TEST(TableCheck, NamesLinesThatLetMailThroughForWhatIsSuspended) {
+  const EditedPanel panel;
+  panel.Do({"domain", "create", "b.example"});
+  panel.Do({"mailbox", "suspend", "info@a.example"});
+  panel.Do({"domain", "suspend", "b.example"});
+  panel.Append("access",
+               "info+x@a.example\tpermit_inet_interfaces\n"
+               "other@a.example\t554 no\n"
+               "shop@b.example\tDUNNO\n"
+               "boss@b.example\t550 no\n");
+  const std::string words =
+      ", which is suspended; Postfix looks this line up before the one of the suspension; mend: "
+      "delete the line\n";
+
+  EXPECT_EQ(panel.Findings(),
+            "MAIL/access:4 lets mail through for the mailbox info@a.example" + words +
+                "MAIL/access:6 lets mail through for the domain b.example" + words);
+}
+
 TEST(TableCheck, NamesTwentyLinesAndCountsTheOthers) {
   const EditedPanel panel;
   std::string lines;

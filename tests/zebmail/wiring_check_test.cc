@@ -541,6 +541,27 @@ TEST(WiringCheck, NamesTwentyMailboxesAndCountsTheOthers) {
   EXPECT_THAT(findings, HasSubstr("\nand 5 more are like these; its mail bounces; mend: "));
 }
 
+TEST(WiringCheck, FindsWhereASuspensionWouldHitTheDomainsBelow) {
+  const WiredPanel panel;
+  panel.Do({"domain", "create", "shop.example.org"});
+  panel.Do({"domain", "create", "shopexample.org"});
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_EQ(
+      findings,
+      "parent_domain_matches_subdomains has smtpd_access_maps, and the panel has "
+      "shop.example.org below other domains of its own; when the domain above is suspended or "
+      "listed, so are these; mend: " +
+          panel.Postconf("parent_domain_matches_subdomains",
+                         "debug_peer_list, fast_flush_domains, mynetworks, "
+                         "permit_mx_backup_networks, "
+                         "qmqpd_authorized_clients, relay_domains") +
+          "\n");
+  panel.Mend(findings.substr(findings.find("; mend: ") + 8));
+  EXPECT_EQ(panel.Check(), kWell);
+}
+
 TEST(WiringCheck, IsNamedInJson) {
   const WiredPanel panel;
   panel.Set("virtual_alias_maps", "");

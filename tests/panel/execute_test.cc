@@ -255,14 +255,18 @@ TEST_F(Tool, RunsInTheRootFolder) {
   EXPECT_EQ(panel::RunTool({"/bin/pwd"}, "").output, "/\n");
 }
 
-TEST_F(Tool, InheritsNoOpenFiles) {
+/// The last one is the folder that find reads.
+TEST_F(Tool, InheritsNoOpenFilesButTheEndOfItsOutput) {
   const panel::FileHandle open_file(open("/dev/null", O_RDONLY));
   const panel::FileHandle high(fcntl(open_file.get(), F_DUPFD, 100));
   ASSERT_TRUE(high);
 
-  const panel::ToolRun run = panel::RunTool({"/bin/ls", "/proc/self/fd"}, "some input");
+  const panel::ToolRun run =
+      panel::RunTool({"/usr/bin/find", "/proc/self/fd", "-type", "l", "-printf", "%l\n"}, "input");
 
-  EXPECT_EQ(run.output, "0\n1\n2\n3\n");  // the last one is the folder that ls reads
+  EXPECT_THAT(run.output, testing::MatchesRegex("/memfd:input [(]deleted[)]\n"
+                                                "(pipe:[^\n]*\n)(pipe:[^\n]*\n)(pipe:[^\n]*\n)"
+                                                "/proc/[0-9]+/fd\n"));
 }
 
 TEST_F(Tool, LeavesNoFilesOpen) {
@@ -301,6 +305,56 @@ TEST_F(Tool, HasAProcessGroupOfItsOwn) {
 
   const std::string process = FirstLine(run.output);
   EXPECT_EQ(run.output, process + "\n" + process + "\n");
+}
+
+/// A panel that runs a tool and is killed as soon as the tool has told its number.
+class KilledPanel {
+ public:
+  explicit KilledPanel(const std::string& tool, const std::string& told) {
+    const pid_t panel = fork();
+    if (panel == 0) {
+      panel::RunTool({tool}, "");
+      _exit(0);
+    }
+    WaitUntil([&told] { return std::filesystem::exists(told) && HasLine(told); });
+    kill(panel, SIGKILL);
+    waitpid(panel, nullptr, 0);
+    tool_ = FirstLine(test_support::ReadText(told));
+  }
+
+  const std::string& tool() const { return tool_; }
+
+ private:
+  static bool HasLine(const std::string& file) {
+    return test_support::ReadText(file).find('\n') != std::string::npos;
+  }
+
+  std::string tool_;
+};
+
+TEST_F(Tool, GoesOnWhenThePanelIsKilled) {
+  const std::string told = folder_.Path("told");
+  const std::string go = folder_.Path("go");
+  const std::string done = folder_.Path("done");
+  const KilledPanel killed(Script("echo $$ > " + told + "\nwhile [ ! -e " + go +
+                                  " ]; do sleep 0.01; done\necho a warning\nsleep 0.1\n"
+                                  "echo a warning >&2\necho done > " +
+                                  done + "\n"),
+                           told);
+  ASSERT_TRUE(IsRunning(killed.tool()));
+
+  folder_.WriteText("go", "");
+  WaitUntil([&killed] { return !IsRunning(killed.tool()); });
+
+  EXPECT_TRUE(std::filesystem::exists(done));
+}
+
+TEST_F(Tool, EndsByItselfWhenItRunsTooLongAndThePanelIsKilled) {
+  SetTimeout(std::chrono::seconds(1));
+  const std::string told = folder_.Path("told");
+  const KilledPanel killed(Script("echo $$ > " + told + "\nexec sleep 1000\n"), told);
+
+  WaitUntil([&killed] { return !IsRunning(killed.tool()); });
 }
 
 TEST_F(Tool, CanBeRunByAPanelWithoutStandardFiles) {

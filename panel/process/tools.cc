@@ -11,9 +11,9 @@
 ///   The tool goes on. A map that postmap has written to the half is one that Postfix reads, and
 ///   mail would bounce until somebody makes up for it; a tool that is let alone finishes its map
 ///   within moments. What it needs for that it carries with it: the panel's lock, so that the next
-///   operation waits and no second tool works on the same map with a newer text; a clock, which
-///   ends it when it hangs and nobody is left to see to that; and the other end of the pipe, so
-///   that a warning is not the end of it. Other processes that it has started keep the lock, but
+///   operation waits and no second tool works on the same map with a newer text; and a clock, which
+///   ends it when it hangs and nobody is left to see to that. SIGPIPE is ignored, so that a warning
+///   that nobody reads is not the end of it. Other processes that it has started keep the lock, but
 ///   have no clock.
 
 #include "panel/process/tools.h"
@@ -164,21 +164,16 @@ struct Errand {
   char* const* environment;
   int input;
   int output;
-  int output_end;  ///< where the output is read
   int lock;        ///< negative when there is none
   int failure;     ///< where the reason goes when it cannot become the tool
   unsigned clock;  ///< seconds
 };
 
-bool Keep(int file) noexcept {
-  return file < 0 || fcntl(file, F_SETFD, 0) == 0;
-}
-
 bool TakeFiles(const Errand& errand) noexcept {
   return dup2(errand.input, STDIN_FILENO) >= 0 && dup2(errand.output, STDOUT_FILENO) >= 0 &&
          dup2(errand.output, STDERR_FILENO) >= 0 &&
-         close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0 && Keep(errand.output_end) &&
-         Keep(errand.lock);
+         close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0 &&
+         (errand.lock < 0 || fcntl(errand.lock, F_SETFD, 0) == 0);
 }
 
 /// Those signals that cannot be set are as they should be.
@@ -186,6 +181,8 @@ void ResetSignals() noexcept {
   struct sigaction action {};
   action.sa_handler = SIG_DFL;
   for (int signal = 1; signal < NSIG; ++signal) sigaction(signal, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -276,22 +273,17 @@ int ReadReason(const std::string& program, const FileHandle& failure) {
 }
 
 /// Starts the tool; returns the system's reason where it cannot be.
-int Start(Words words, const FileHandle& input, const Pipe& output, std::chrono::seconds timeout,
-          pid_t& process) {
+int Start(Words words, const FileHandle& input, const FileHandle& output,
+          std::chrono::seconds timeout, pid_t& process) {
   const std::string program = words.front();
   Words environment = Environment();
   const std::vector<char*> word_pointers = ToPointers(words);
   const std::vector<char*> environment_pointers = ToPointers(environment);
   const FileHandle lock = OpenLock(program);
   Pipe failure = OpenPipe(program);
-  const Errand errand{word_pointers.data(),
-                      environment_pointers.data(),
-                      input.get(),
-                      output.write_end.get(),
-                      output.read_end.get(),
-                      lock.get(),
-                      failure.write_end.get(),
-                      ClockOf(timeout)};
+  const Errand errand{
+      word_pointers.data(), environment_pointers.data(), input.get(),     output.get(),
+      lock.get(),           failure.write_end.get(),     ClockOf(timeout)};
   {
     const HeldOffSignals held_off;
     process = fork();
@@ -414,7 +406,7 @@ ToolRun RunTool(const Words& words, const std::string& input,
   const FileHandle input_file = OpenInput(program, input);
   Pipe pipe = OpenPipe(program);
   pid_t process = 0;
-  const int error = Start(words, input_file, pipe, timeout, process);
+  const int error = Start(words, input_file, pipe.write_end, timeout, process);
   if (IsShortage(error)) Fail(program, error);
   if (error != 0) return NotStarted(words, std::generic_category().message(error));
 

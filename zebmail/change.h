@@ -8,6 +8,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "panel/mail/mail_module.h"
@@ -54,11 +55,15 @@ template <class Show>
 Status Delete(const Invocation& invocation, const Work& work, const Show& show) {
   panel::mail::Panel panel = OpenPanel(invocation);
   panel::mail::MailModule mail;
-  const auto shown = show(mail);
   const WarningsOf warnings(mail);
+  std::optional<decltype(show(mail))> shown;
   MakeChange(
-      invocation, panel, [&] { work(mail); },
-      [&] { Confirm(invocation, NameOf(shown), "deleted", ToJson(shown)); });
+      invocation, panel,
+      [&] {
+        shown = show(mail);
+        work(mail);
+      },
+      [&] { Confirm(invocation, NameOf(*shown), "deleted", ToJson(*shown)); });
   return kDone;
 }
 

@@ -56,6 +56,27 @@ void MakeFolder() {
   }
 }
 
+std::vector<fs::path> FilesInFolder() {
+  std::vector<fs::path> files;
+  std::error_code missing;
+  for (const auto& entry : fs::directory_iterator(Folder(), missing)) files.push_back(entry.path());
+  if (missing && missing != std::errc::no_such_file_or_directory) {
+    throw fen_err::Error("file", Folder(), "cannot be read: " + missing.message());
+  }
+  return files;
+}
+
+/// Names of notes begin with a number.
+bool IsHalfWritten(const fs::path& path) {
+  return path.filename().string().starts_with('.');
+}
+
+void Remove(const fs::path& path) {
+  if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+    throw fen_err::Error("file", path, std::string("cannot be removed: ") + std::strerror(errno));
+  }
+}
+
 PendingWork ReadNote(const std::string& path) {
   const std::string text = ReadWholeFile(path).bytes;
   const std::size_t end = text.find('\n');
@@ -78,12 +99,8 @@ void MakeUp(const PendingWork& work) {
 
 std::vector<PendingWork> ListPendingWork() {
   std::vector<PendingWork> list;
-  std::error_code missing;
-  for (const auto& entry : fs::directory_iterator(Folder(), missing)) {
-    if (!entry.path().filename().string().starts_with('.')) list.push_back(ReadNote(entry.path()));
-  }
-  if (missing && missing != std::errc::no_such_file_or_directory) {
-    throw fen_err::Error("file", Folder(), "cannot be read: " + missing.message());
+  for (const fs::path& path : FilesInFolder()) {
+    if (!IsHalfWritten(path)) list.push_back(ReadNote(path));
   }
   std::sort(list.begin(), list.end(), [](const PendingWork& left, const PendingWork& right) {
     return std::tie(left.path, left.table) < std::tie(right.path, right.table);
@@ -122,9 +139,12 @@ void NotePendingWork(const PendingWork& work) {
 }
 
 void ForgetPendingWork(const PendingWork& work) {
-  const std::string path = NotePath(work);
-  if (unlink(path.c_str()) != 0 && errno != ENOENT) {
-    throw fen_err::Error("file", path, std::string("cannot be removed: ") + std::strerror(errno));
+  Remove(NotePath(work));
+}
+
+void RemoveHalfWrittenNotes() {
+  for (const fs::path& path : FilesInFolder()) {
+    if (IsHalfWritten(path)) Remove(path);
   }
 }
 

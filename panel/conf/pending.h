@@ -29,6 +29,9 @@ bool IsTableKnown(const PendingWork& work);
 /// this process. All are tried; then the first failure is thrown and the others are logged.
 void MakeUpPendingWork();
 
+/// Removes what a process that was killed while it wrote a note has left.
+void RemoveHalfWrittenNotes();
+
 /// Whether there is a note of it.
 bool IsNoted(const PendingWork& work);
 

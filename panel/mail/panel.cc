@@ -216,6 +216,7 @@ void Panel::SetUpModules() {
 
 /// A failure here does not keep the change from being made: it may well run the same tool again.
 void Panel::MakeUpPendingWork() {
+  conf::RemoveHalfWrittenNotes();
   if (conf::ListPendingWork().empty()) return;
   WakeTables(*database_);
   std::string failure;

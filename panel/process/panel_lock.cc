@@ -4,7 +4,8 @@
 /// HOW
 ///   Threads of one process wait for each other at a mutex, processes at a lock on the file. The
 ///   file stays when the lock is given up: a process that waits for the lock of a removed file
-///   would not see the one who locks a new file of the same name.
+///   would not see the one who locks a new file of the same name. The lock is given up by word, not
+///   by closing the file: what a tool has left in the background may have it open still.
 
 #include "panel/process/panel_lock.h"
 
@@ -102,15 +103,29 @@ void WaitForLock(const std::filesystem::path& path, const FileHandle& file) {
   }
 }
 
+thread_local int held_file = -1;
+
 }  // namespace
 
-/// The file is closed, and with it unlocked, before the next thread has its turn.
+int HeldPanelLock() noexcept {
+  return held_file;
+}
+
+/// The file is unlocked before the next thread has its turn.
 struct PanelLock::Hold {
   Hold(const std::filesystem::path& path, Patience patience)
       : turn(path, patience), file(OpenFile(path)) {
     patience.Get([this, &path] { return TryLock(path, file); },
                  [this, &path] { WaitForLock(path, file); });
+    held_file = file.get();
   }
+  ~Hold() {
+    held_file = -1;
+    flock(file.get(), LOCK_UN);
+  }
+
+  Hold(const Hold&) = delete;
+  Hold& operator=(const Hold&) = delete;
 
   Turn turn;
   FileHandle file;

@@ -3,7 +3,8 @@
 ///
 /// PURPOSE
 ///   Operations on one state folder follow each other, whichever thread or process they come from:
-///   each takes the lock, the file "lock" in that folder, for as long as it works.
+///   each takes the lock, the file "lock" in that folder, for as long as it works. A tool that it
+///   runs holds the lock with it: when the operation is killed, the next one waits for that tool.
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error("lock", path, why): the folder is missing, the file cannot be opened, or
@@ -33,5 +34,9 @@ class PanelLock {
 
   std::unique_ptr<Hold> hold_;
 };
+
+/// The open file by which this thread holds the lock; negative when it holds none. Whoever is given
+/// a copy of it holds the lock too, until the PanelLock gives it up for all.
+int HeldPanelLock() noexcept;
 
 }  // namespace panel

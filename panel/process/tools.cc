@@ -6,6 +6,15 @@
 ///   only the end is kept; its input lies in a file in memory, so neither side can wait for the
 ///   other for ever. A process handle tells when the tool itself has ended: a process that it left
 ///   in the background may hold the pipe open, and must not be waited for.
+///
+/// WHEN THE PANEL IS KILLED
+///   The tool goes on. A map that postmap has written to the half is one that Postfix reads, and
+///   mail would bounce until somebody makes up for it; a tool that is let alone finishes its map
+///   within moments. What it needs for that it carries with it: the panel's lock, so that the next
+///   operation waits and no second tool works on the same map with a newer text; and a clock, which
+///   ends it when it hangs and nobody is left to see to that. SIGPIPE is ignored, so that a warning
+///   that nobody reads is not the end of it. Other processes that it has started keep the lock, but
+///   have no clock.
 
 #include "panel/process/tools.h"
 
@@ -24,8 +33,8 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -36,6 +45,7 @@
 #include "panel/module/config.h"
 #include "panel/module/path_names.h"
 #include "panel/process/file_handle.h"
+#include "panel/process/panel_lock.h"
 #include "panel/text/control_characters.h"
 #include "panel/text/words.h"
 
@@ -51,10 +61,6 @@ constexpr int kSignal = 128;
 
 [[noreturn]] void Fail(const std::string& program, int error) {
   throw fen_err::Error("process", program, std::generic_category().message(error));
-}
-
-void Check(const std::string& program, int error) {
-  if (error != 0) Fail(program, error);
 }
 
 /// The end of what was put in, all of which is shown to a reader.
@@ -123,53 +129,76 @@ Pipe OpenPipe(const std::string& program) {
   return {Own(program, std::move(read_end)), Own(program, std::move(write_end))};
 }
 
-/// What is done in the new process before it becomes the tool.
-class SpawnSettings {
+/// The lock that this thread holds, for the tool to hold it too; none when it holds none.
+FileHandle OpenLock(const std::string& program) {
+  const int held = HeldPanelLock();
+  return held < 0 ? FileHandle() : Own(program, FileHandle(fcntl(held, F_DUPFD_CLOEXEC, 0)));
+}
+
+/// The tool's own clock goes off when the panel's has, and did nothing.
+unsigned ClockOf(std::chrono::seconds timeout) {
+  return static_cast<unsigned>(std::clamp<std::int64_t>(timeout.count(), 0, INT_MAX - 1)) + 1;
+}
+
+/// Holds signals off, so that no handler of the caller's runs in a new process.
+class HeldOffSignals {
  public:
-  explicit SpawnSettings(const std::string& program) : program_(program) {
-    Check(program_, posix_spawn_file_actions_init(&actions_));
-    Check(program_, posix_spawnattr_init(&attributes_));
+  HeldOffSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
   }
-  ~SpawnSettings() {
-    posix_spawnattr_destroy(&attributes_);
-    posix_spawn_file_actions_destroy(&actions_);
-  }
+  ~HeldOffSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
-  SpawnSettings(const SpawnSettings&) = delete;
-  SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-  void Connect(const FileHandle& input, const FileHandle& output) {
-    Copy(input, STDIN_FILENO);
-    Copy(output, STDOUT_FILENO);
-    Copy(output, STDERR_FILENO);
-    Check(program_, posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
-    Check(program_, posix_spawn_file_actions_addchdir_np(&actions_, "/"));
-  }
-
-  void Detach() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    Check(program_, posix_spawnattr_setsigmask(&attributes_, &signals));
-    sigfillset(&signals);
-    Check(program_, posix_spawnattr_setsigdefault(&attributes_, &signals));
-    Check(program_, posix_spawnattr_setpgroup(&attributes_, 0));
-    Check(program_,
-          posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF |
-                                                     POSIX_SPAWN_SETPGROUP));
-  }
-
-  const posix_spawn_file_actions_t* actions() const noexcept { return &actions_; }
-  const posix_spawnattr_t* attributes() const noexcept { return &attributes_; }
+  HeldOffSignals(const HeldOffSignals&) = delete;
+  HeldOffSignals& operator=(const HeldOffSignals&) = delete;
 
  private:
-  void Copy(const FileHandle& file, int place) {
-    Check(program_, posix_spawn_file_actions_adddup2(&actions_, file.get(), place));
-  }
-
-  const std::string& program_;
-  posix_spawn_file_actions_t actions_{};
-  posix_spawnattr_t attributes_{};
+  sigset_t before_{};
 };
+
+/// What a new process needs to become the tool. All of it is made before there is one: in a copy of
+/// a process with threads nothing can be allocated.
+struct Errand {
+  char* const* words;
+  char* const* environment;
+  int input;
+  int output;
+  int lock;        ///< negative when there is none
+  int failure;     ///< where the reason goes when it cannot become the tool
+  unsigned clock;  ///< seconds
+};
+
+bool TakeFiles(const Errand& errand) noexcept {
+  return dup2(errand.input, STDIN_FILENO) >= 0 && dup2(errand.output, STDOUT_FILENO) >= 0 &&
+         dup2(errand.output, STDERR_FILENO) >= 0 &&
+         close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0 &&
+         (errand.lock < 0 || fcntl(errand.lock, F_SETFD, 0) == 0);
+}
+
+/// Those signals that cannot be set are as they should be.
+void ResetSignals() noexcept {
+  struct sigaction action {};
+  action.sa_handler = SIG_DFL;
+  for (int signal = 1; signal < NSIG; ++signal) sigaction(signal, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Makes the new process the tool.
+[[noreturn]] void Become(const Errand& errand) noexcept {
+  if (setpgid(0, 0) == 0 && TakeFiles(errand) && chdir("/") == 0) {
+    ResetSignals();
+    alarm(errand.clock);
+    execve(errand.words[0], errand.words, errand.environment);
+  }
+  const int reason = errno;
+  const ssize_t told = write(errand.failure, &reason, sizeof reason);
+  _exit(told == sizeof reason ? kNotStarted : kSignal);
+}
 
 /// A tool that was started and has not been waited for; killed when it is given up.
 class RunningTool {
@@ -234,15 +263,38 @@ Words Environment() {
   return environment;
 }
 
+/// The reason that the new process gives; 0 when it has become the tool.
+int ReadReason(const std::string& program, const FileHandle& failure) {
+  int reason = 0;
+  while (read(failure.get(), &reason, sizeof reason) < 0) {
+    if (errno != EINTR) Fail(program, errno);
+  }
+  return reason;
+}
+
 /// Starts the tool; returns the system's reason where it cannot be.
-int Start(Words words, const FileHandle& input, const FileHandle& output, pid_t& process) {
+int Start(Words words, const FileHandle& input, const FileHandle& output,
+          std::chrono::seconds timeout, pid_t& process) {
   const std::string program = words.front();
-  SpawnSettings settings(program);
-  settings.Connect(input, output);
-  settings.Detach();
   Words environment = Environment();
-  return posix_spawn(&process, program.c_str(), settings.actions(), settings.attributes(),
-                     ToPointers(words).data(), ToPointers(environment).data());
+  const std::vector<char*> word_pointers = ToPointers(words);
+  const std::vector<char*> environment_pointers = ToPointers(environment);
+  const FileHandle lock = OpenLock(program);
+  Pipe failure = OpenPipe(program);
+  const Errand errand{
+      word_pointers.data(), environment_pointers.data(), input.get(),     output.get(),
+      lock.get(),           failure.write_end.get(),     ClockOf(timeout)};
+  {
+    const HeldOffSignals held_off;
+    process = fork();
+    if (process == 0) Become(errand);
+  }
+  if (process < 0) return errno;
+  failure.write_end = FileHandle();
+  const int reason = ReadReason(program, failure.read_end);
+  while (reason != 0 && waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  return reason;
 }
 
 /// Whether the reason lies in the system, not in the command.
@@ -354,7 +406,7 @@ ToolRun RunTool(const Words& words, const std::string& input,
   const FileHandle input_file = OpenInput(program, input);
   Pipe pipe = OpenPipe(program);
   pid_t process = 0;
-  const int error = Start(words, input_file, pipe.write_end, process);
+  const int error = Start(words, input_file, pipe.write_end, timeout, process);
   if (IsShortage(error)) Fail(program, error);
   if (error != 0) return NotStarted(words, std::generic_category().message(error));
 

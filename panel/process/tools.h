@@ -7,9 +7,13 @@
 ///
 /// WHAT A TOOL SEES
 ///   The words as they are, the folder "/", standard input holding `input` and nothing more,
-///   standard output and standard error joined, no other open files, default signals, a process
-///   group of its own, and the environment PATH, LANG=C and, where it is set, MAIL_CONFIG. Nothing
-///   else of the caller's surroundings can change what a tool that runs as root does.
+///   standard output and standard error joined, no other file of the panel's but its lock, default
+///   signals but for SIGPIPE, which is ignored, a process group of its own, and the environment
+///   PATH, LANG=C and, where it is set, MAIL_CONFIG. Nothing else of the caller's surroundings can
+///   change what a tool that runs as root does.
+///
+/// WHEN THE PANEL IS KILLED
+///   The tool works on to its end, or to the end of its time, and the next operation waits for it.
 ///
 /// HOW IT FAILS
 ///   What the tool does is its result, see ToolRun. fen_err::Error("process", program, why) says

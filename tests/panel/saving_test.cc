@@ -409,6 +409,18 @@ TEST_F(Saving, ABatchOneOfWhoseFilesCannotBeSavedSavesTheOthers) {
   EXPECT_TRUE(ListPendingWork().empty());
 }
 
+TEST_F(Saving, ANoteThatAKilledProcessHasNotFinishedIsNoNoteAndCanBeRemoved) {
+  panel::conf::NotePendingWork({"SampleTable", path});
+  const fs::path half = panel.state_dir() / "pending/.123.table.zebmail";
+  WriteText(half, "SampleTa");
+  ASSERT_EQ(ListPendingWork().size(), 1U);
+
+  panel::conf::RemoveHalfWrittenNotes();
+
+  EXPECT_FALSE(fs::exists(half));
+  EXPECT_EQ(ListPendingWork().size(), 1U);
+}
+
 TEST_F(Saving, ANoteOfATableThatIsNotKnownIsLeftAlone) {
   panel::conf::NotePendingWork({"OtherTable", path});
 

@@ -81,11 +81,28 @@ int Wait(pid_t process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-/// Does to a program that was started what it is given, before waiting for it.
-using WhileItRuns = std::function<void(pid_t process)>;
+/// A process that has ended keeps its number until it is waited for, so none but it is killed.
+void KillAfter(pid_t process, std::chrono::microseconds time) {
+  const auto end = std::chrono::steady_clock::now() + time;
+  siginfo_t ended{};
+  while (std::chrono::steady_clock::now() < end) {
+    if (waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOHANG | WNOWAIT) < 0) {
+      Fail(errno, "waitid");
+    }
+    if (ended.si_pid == process) return;
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  if (kill(process, SIGKILL) < 0) Fail(errno, "kill");
+}
 
-CommandRun Run(const std::vector<std::string>& words, const std::string& input,
-               const WhileItRuns& meanwhile) {
+}  // namespace
+
+CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input) {
+  return RunCommand(words, input, [](pid_t) {});
+}
+
+CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input,
+                      const std::function<void(pid_t process)>& meanwhile) {
   const MemoryFile in(input);
   const MemoryFile out;
   const MemoryFile err;
@@ -108,28 +125,9 @@ CommandRun Run(const std::vector<std::string>& words, const std::string& input,
   return {status, out.Text(), err.Text()};
 }
 
-/// A process that has ended keeps its number until it is waited for, so none but it is killed.
-void KillAfter(pid_t process, std::chrono::microseconds time) {
-  const auto end = std::chrono::steady_clock::now() + time;
-  siginfo_t ended{};
-  while (std::chrono::steady_clock::now() < end) {
-    if (waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOHANG | WNOWAIT) < 0) {
-      Fail(errno, "waitid");
-    }
-    if (ended.si_pid == process) return;
-    std::this_thread::sleep_for(std::chrono::microseconds(100));
-  }
-  if (kill(process, SIGKILL) < 0) Fail(errno, "kill");
-}
-
-}  // namespace
-
-CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input) {
-  return Run(words, input, [](pid_t) {});
-}
-
-CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after) {
-  return Run(words, "", [after](pid_t process) { KillAfter(process, after); });
+CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after,
+                       const std::string& input) {
+  return RunCommand(words, input, [after](pid_t process) { KillAfter(process, after); });
 }
 
 }  // namespace test_support

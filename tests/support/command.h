@@ -7,8 +7,11 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace test_support {
 
@@ -22,7 +25,12 @@ struct CommandRun {
 /// without a shell, and waits for it. It reads `input` as its standard input.
 CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input = "");
 
+/// The same, but does `meanwhile` to the program's process before it is waited for.
+CommandRun RunCommand(const std::vector<std::string>& words, const std::string& input,
+                      const std::function<void(pid_t process)>& meanwhile);
+
 /// The same, but kills the program (SIGKILL) when it has not ended `after` this time.
-CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after);
+CommandRun KillCommand(const std::vector<std::string>& words, std::chrono::microseconds after,
+                       const std::string& input = "");
 
 }  // namespace test_support

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -14,6 +15,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -218,6 +220,34 @@ TEST(PanelLock, IsNotHeldByATool) {
 
   EXPECT_TRUE(IsFree(folder.path()));
   kill(std::stoi(run.output), SIGKILL);
+}
+
+/// It may be writing a map that the next operation must not write too.
+TEST(PanelLock, IsHeldByAToolWhoseOperationWasKilled) {
+  const TempFolder folder;
+  const std::string go = folder.Path("go");
+  ASSERT_EQ(mkfifo(go.c_str(), 0600), 0);
+  const pid_t operation = fork();
+  if (operation == 0) {
+    const panel::PanelLock lock(folder.path(), kSilent);
+    panel::RunTool({"/bin/sh", "-c", "echo > " + go + "; read line < " + go}, "");
+    _exit(0);
+  }
+  std::ifstream(go).get();  // the tool runs
+  kill(operation, SIGKILL);
+  waitpid(operation, nullptr, 0);
+
+  int told = 0;
+  {
+    const panel::PanelLock lock(folder.path(), [&] {
+      ++told;
+      EXPECT_FALSE(IsFree(folder.path()));
+      std::ofstream(go) << "go\n";
+    });
+  }
+
+  EXPECT_EQ(told, 1);
+  EXPECT_TRUE(IsFree(folder.path()));
 }
 
 TEST(PanelLock, IsGivenUpWhenTheWaitingIsEnded) {

@@ -115,6 +115,28 @@ TEST_F(FailingPostmap, IsMadeUpForEvenByAChangeOfAnotherTable) {
   EXPECT_THAT(postmap_.Runs(), ElementsAre(Virtusertable(), Virtusertable()));
 }
 
+/// Somebody whose deletion was killed deletes once more.
+TEST_F(FailingPostmap, IsMadeUpForEvenByADeletionOfWhatIsGone) {
+  panel_.Run({"domain", "create", "example.org"});
+  postmap_.SetStatus(0);
+
+  const CommandRun domain = panel_.Run({"domain", "delete", "gone.example"});
+
+  EXPECT_EQ(domain.status, 1);
+  EXPECT_EQ(domain.errors, "zebmail: missing: domain: gone.example\n");
+  EXPECT_THAT(postmap_.Runs(), ElementsAre(Virtusertable(), Virtusertable()));
+}
+
+TEST_F(FailingPostmap, LeavesNoHalfWrittenNoteBehindTheNextChange) {
+  panel_.Run({"domain", "create", "example.org"});
+  postmap_.SetStatus(0);
+  panel_.folder().WriteText("panel/state/pending/.123.access.zebmail", "email::Acc");
+
+  panel_.Do({"domain", "suspend", "example.org"});
+
+  EXPECT_TRUE(std::filesystem::is_empty(panel_.Path("panel/state/pending")));
+}
+
 TEST_F(FailingPostmap, IsWarnedOfByAChangeThatDoesNotNeedIt) {
   panel_.Run({"domain", "create", "example.org"});
   postmap_.SetOutput("still no space\n");

@@ -108,7 +108,7 @@ TEST_P(AwayMessages, ReachTheSender) {
             "Content-Type: text/plain; charset=us-ascii\n"
             "Content-Transfer-Encoding: base64\n"
             "\n"
-            "SSBhbSBhd2F5LiAkU1VCSkVDVAo=\n"
+            "SSBhbSBhd2F5LiAkU1VCSkVDVA0K\n"
             "\n");
 }
 

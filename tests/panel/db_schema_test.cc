@@ -51,15 +51,35 @@ TEST_P(DatabaseSchema, KeepsNoNull) {
   EXPECT_NE(ErrorOf([&] { cache().Query("INSERT INTO users (name) VALUES (NULL)"); }), "no error");
 }
 
+TEST_P(DatabaseSchema, TellsWhichChangeAPanelHasCommittedLast) {
+  const auto commit = [this](const std::string& panel, const std::string& change) {
+    panel::db::Transaction transaction(database());
+    transaction.Commit(panel, change);
+  };
+  commit("one", "a");
+  commit("one", "b");
+  commit("other", "c");
+  {
+    const panel::db::Transaction forgotten(database());
+    cache().Query("UPDATE last_change SET name = 'd'");
+  }
+
+  EXPECT_FALSE(database().HasChange("a"));
+  EXPECT_TRUE(database().HasChange("b"));
+  EXPECT_TRUE(database().HasChange("c"));
+  EXPECT_FALSE(database().HasChange("d"));
+}
+
 TEST_P(DatabaseSchema, LeavesAnUpToDateDatabaseAsItIs) {
   AddDomain("example.org");
   Reopen();
   EXPECT_EQ(RowsOf("SELECT name FROM email_domain"), "example.org\n");
-  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "3\n");
 }
 
 TEST_P(DatabaseSchema, BringsADatabaseOfTheFirstVersionUpToDate) {
   AddAlias(AddMailbox(AddDomain("example.org"), "info"), "sales");
+  cache().Query("DROP TABLE last_change");
   cache().Query("DROP INDEX email_alias_by_name");
   cache().Query("DROP TABLE responder_text");
   cache().Query(
@@ -69,7 +89,7 @@ TEST_P(DatabaseSchema, BringsADatabaseOfTheFirstVersionUpToDate) {
 
   Reopen();
 
-  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "3\n");
   EXPECT_EQ(RowsOf("SELECT name FROM email_alias"), "sales\n");
   EXPECT_TRUE(cache().Query("SELECT id, mailbox, subject, body FROM responder_text").Eof());
 }
@@ -80,13 +100,14 @@ TEST_P(DatabaseSchema, RefusesADatabaseOfANewerVersion) {
   EXPECT_EQ(ErrorOf([&] { Reopen(); }),
             "database: " + url() +
                 ": its tables are of version 1000, made by a newer program than this one, which "
-                "knows version 2; use the newer program");
+                "knows version 3; use the newer program");
 }
 
 TEST_P(DatabaseSchema, TakesAStepWholeOrNotAtAll) {
   for (const std::string table :
-       {"schema_version", "responder_text", "email_responder", "email_forward", "email_alias",
-        "email", "email_domain", "file_stamp", "email_whitelist", "domain", "users"}) {
+       {"schema_version", "last_change", "responder_text", "email_responder", "email_forward",
+        "email_alias", "email", "email_domain", "file_stamp", "email_whitelist", "domain",
+        "users"}) {
     cache().Query("DROP TABLE " + table);
   }
   Close();
@@ -99,9 +120,9 @@ TEST_P(DatabaseSchema, TakesAStepWholeOrNotAtAll) {
 
 TEST_P(DatabaseSchema, IsMadeOnceByManyProcessesAtATime) {
   for (const std::string table :
-       {"schema_version", "responder_text", "email_responder", "email_forward", "email_alias",
-        "email", "email_domain", "file_stamp", "email_whitelist", "email_blacklist", "domain",
-        "users"}) {
+       {"schema_version", "last_change", "responder_text", "email_responder", "email_forward",
+        "email_alias", "email", "email_domain", "file_stamp", "email_whitelist", "email_blacklist",
+        "domain", "users"}) {
     cache().Query("DROP TABLE " + table);
   }
   Close();
@@ -119,7 +140,7 @@ TEST_P(DatabaseSchema, IsMadeOnceByManyProcessesAtATime) {
   for (std::thread& thread : threads) thread.join();
   for (const std::string& error : errors) EXPECT_EQ(error, "no error");
   Reopen();
-  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "2\n");
+  EXPECT_EQ(RowsOf("SELECT version FROM schema_version"), "3\n");
 }
 
 class SqliteFile : public testing::Test {

@@ -39,7 +39,8 @@ std::vector<std::string> Saves::Names() const {
       std::memcpy(&event, &events[place], sizeof event);
       if ((event.mask & IN_Q_OVERFLOW) != 0) throw std::runtime_error("inotify: too many events");
       place += sizeof event;
-      names.emplace_back(&events[place]);  // filled up with zeros
+      const std::string name(&events[place]);             // filled up with zeros
+      if (!name.starts_with('.')) names.push_back(name);  // the old file is put beside for a moment
       place += event.len;
     }
   }

@@ -13,6 +13,8 @@
 #include "panel/conf/pending.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/responder_checks.h"
+#include "panel/mail/step_note.h"
 #include "panel/mail/table_path.h"
 #include "panel/mail/wake_tables.h"
 #include "panel/module/loader.h"
@@ -135,6 +137,16 @@ std::string OutstandingFiles() {
          "create it again\n";
 }
 
+/// Takes the steps that an earlier change did not come to. What keeps them from being taken is for
+/// check to say.
+void MakeUpSteps() {
+  if (!AreStepsNoted()) return;
+  for (const Finding& finding : CheckResponders()) {
+    if (finding.fix) finding.fix();
+  }
+  if (CheckResponders().empty()) ForgetSteps();
+}
+
 /// Takes each step and returns how the first that failed did.
 std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
   std::optional<fen_err::Error> first;
@@ -142,7 +154,7 @@ std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
     const auto failure = FailureOf(step);
     if (!first && failure) first = *failure;
   }
-  return first;
+  return first || steps.empty() ? first : FailureOf(&ForgetSteps);
 }
 
 std::string OutstandingSteps() {
@@ -216,6 +228,10 @@ void Panel::SetUpModules() {
 /// A failure here does not keep the change from being made: it may well run the same tool again.
 void Panel::MakeUpPendingWork() {
   conf::RemoveHalfWrittenNotes();
+  if (const auto failure = FailureOf(&MakeUpSteps)) {
+    Warn(std::string("outstanding work failed again: ") + failure->what() + "\n" +
+         OutstandingSteps());
+  }
   if (conf::ListPendingWork().empty()) return;
   WakeTables(*database_);
   std::string failure;
@@ -233,6 +249,7 @@ void Panel::MakeUpPendingWork() {
 /// The tools come last: they may run for long, and a process that is killed meanwhile must leave
 /// a database that says what the table files say.
 void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps) {
+  if (!steps.empty()) NoteSteps();
   const auto file_failure = FailureOf([&operation] { operation.Save(); });
   if (file_failure && operation.saved() == 0) throw *file_failure;
   const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });

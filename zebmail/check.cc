@@ -91,8 +91,10 @@ void FindDifferences(panel::mail::Panel& panel, Report& report) {
   try {
     rehearsal = panel.Rehearse(read, false);
   } catch (const fen_err::Error& error) {
-    report.findings.push_back(DifferenceFinding(
-        error.object(), "keeps the tables from being read: " + error.type() + " " + error.value()));
+    Finding finding = DifferenceFinding(
+        error.object(), "keeps the tables from being read: " + error.type() + " " + error.value());
+    finding.mend = "mend the cause named here, then run: " + panel::mail::Command("sync");
+    report.findings.push_back(std::move(finding));
     return;
   }
   for (const auto& result : results) {

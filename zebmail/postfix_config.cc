@@ -90,6 +90,12 @@ std::string DoneAsText(const Report& report) {
   const WiringChange& change = report.change;
   if (change.IsEmpty()) return "nothing to do: Postfix uses the tables of this panel already\n";
   std::string text;
+  if (!report.result.copy_of_client_rule.empty()) {
+    text += "kept " +
+            OneLine(change.client_rule.string() + " as it was in " +
+                    report.result.copy_of_client_rule.string()) +
+            "\n";
+  }
   if (change.writes_client_rule) text += "wrote " + OneLine(change.client_rule.string()) + "\n";
   for (const auto& map : change.maps)
     text += "built the map of " + OneLine(map.text.string()) + "\n";

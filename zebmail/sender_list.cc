@@ -18,21 +18,33 @@ namespace zebmail {
 namespace {
 
 using panel::mail::SenderList;
-using Values = std::vector<std::string>;
+using panel::mail::SenderValues;
+
+/// The access table is looked up for the recipients of mail as well.
+void WarnOfRecipients(SenderList list, const SenderValues& values) {
+  if (list == SenderList::kWhite) return;
+  for (const std::string& value : values) {
+    if (!panel::mail::ConcernsRecipients(value)) continue;
+    PrintWarning("mail to " + value + " is refused as well\n");
+  }
+}
 
 void AddListGroup(CLI::App& app, Invocation& invocation, SenderList list, const std::string& name,
                   const std::string& help) {
   CLI::App& group = AddGroup(app, name, help);
-  const auto given = std::make_shared<Values>();  // of the one command that is chosen
+  const auto given = std::make_shared<SenderValues>();  // of the one command that is chosen
   const auto add_change = [&](const std::string& command, const std::string& done,
-                              void (*change)(SenderList list, const Values& values)) {
+                              SenderValues (*change)(SenderList list, const SenderValues& values)) {
     CLI::App& added = AddCommand(group, invocation, command, command + " values",
                                  [&invocation, list, name, given, done, change] {
                                    panel::mail::Panel panel = OpenPanel(invocation);
+                                   SenderValues changed;
                                    MakeChange(
-                                       invocation, panel, [&] { change(list, *given); },
+                                       invocation, panel, [&] { changed = change(list, *given); },
                                        [&] {
-                                         Confirm(invocation, name, done + " " + Joined(*given),
+                                         if (change == &panel::mail::AddToList)
+                                           WarnOfRecipients(list, *given);
+                                         Confirm(invocation, name, done + " " + Joined(changed),
                                                  Json(panel::mail::ListSenders(list)));
                                        });
                                    return kDone;
@@ -45,7 +57,7 @@ void AddListGroup(CLI::App& app, Invocation& invocation, SenderList list, const 
   add_change("remove", "removed", &panel::mail::RemoveFromList);
   AddCommand(group, invocation, "list", "list the values", [&invocation, list] {
     const panel::mail::Panel panel = OpenPanel(invocation);
-    const Values values = panel::mail::ListSenders(list);
+    const SenderValues values = panel::mail::ListSenders(list);
     Print(invocation, Json(values), ToLines(values));
     return kDone;
   });

@@ -8,7 +8,10 @@
 
 #include <cxxabi.h>
 
+#include "host/fen_cf.h"
 #include "host/str.h"
+#include "panel/mail/maps.h"
+#include "panel/mail/postfix_command.h"
 #include "panel/module/config.h"
 
 namespace panel::mail {
@@ -22,11 +25,20 @@ std::string ReadableName(const std::string& table) {
   return name ? name.get() : table;
 }
 
+/// While the modules are not set up, a file may be known by its table alone.
+std::string OutstandingTool(const conf::PendingWork& work) {
+  if (IsReload(work)) return PostfixCommand("reload");
+  for (const Map& map : Maps()) {
+    if (map.text == work.path) return BuildCommand(map);
+  }
+  return "the tool of " + ReadableName(work.table);
+}
+
 }  // namespace
 
 std::string ShellWord(const std::string& word) {
   static const char* const kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-";
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-@+:,";
   if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
   return "'" + str::Replace(word, "'", "'\\''") + "'";
 }
@@ -45,8 +57,13 @@ std::string FixCommand() {
   return Command("check --fix");
 }
 
+bool IsReload(const conf::PendingWork& work) {
+  return work.path == fen_cf::GetPath("postfix-localhostnames") ||
+         work.path == fen_cf::GetPath("postfix-master");
+}
+
 std::string DescribeOutstandingTool(const conf::PendingWork& work) {
-  return "was saved, but the tool of " + ReadableName(work.table) + " has not succeeded since";
+  return "was saved, but " + OutstandingTool(work) + " has not succeeded since";
 }
 
 std::string DescribePendingWork() {

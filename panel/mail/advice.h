@@ -22,7 +22,10 @@ std::string Command(const std::string& words);
 /// The command that makes up for outstanding work of the panel in use.
 std::string FixCommand();
 
-/// What is outstanding, behind the path of the file: the tool of which table.
+/// Whether the outstanding work is a reload of Postfix.
+bool IsReload(const conf::PendingWork& work);
+
+/// What is outstanding, behind the path of the file: which tool.
 std::string DescribeOutstandingTool(const conf::PendingWork& work);
 
 /// The outstanding after-save actions, one line each; empty when there are none.

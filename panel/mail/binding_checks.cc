@@ -7,9 +7,11 @@
 #include <set>
 #include <string>
 
+#include "host/fen_err.h"
 #include "host/zeb_db.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/bindings.h"
+#include "panel/mail/map_lookup.h"
 #include "panel/mail/names.h"
 
 namespace panel::mail {
@@ -70,13 +72,26 @@ Findings CheckService(const Bindings& bindings, const Service& service, const Do
            {}}};
 }
 
+/// A service of the name that the panel gives a domain's, which somebody has written.
+Findings CheckOtherForm(const Bindings& bindings, const Service& service, const Domains& domains) {
+  if (!domains.contains(service.name)) return {};
+  return {{"binding",
+           bindings.InMaster(service.line),
+           "has the service " + service.name +
+               " in another form than the panel gives it: the name, a tab, and all the rest in one "
+               "line",
+           "the panel cannot change from where the domain's mail leaves",
+           "delete it, and the line of " + bindings.map + " that leads to " + service.name +
+               ", then update the domain with --ip",
+           {}}};
+}
+
 /// Of two services with one name the back-end changes the first, and Postfix uses the last.
 Findings CheckServices(const Bindings& bindings, const Domains& domains) {
   Findings findings;
   for (const Service& service : bindings.services) {
-    if (!service.address) continue;
     const Service& first = *bindings.FindService(service.name);
-    if (first.line != service.line) {
+    if (service.address && first.line != service.line) {
       findings.push_back({"binding",
                           bindings.InMaster(service.line),
                           "has the service " + service.name + " again, which line " +
@@ -86,37 +101,26 @@ Findings CheckServices(const Bindings& bindings, const Domains& domains) {
                           {}});
       continue;
     }
-    const Findings found = CheckService(bindings, service, domains);
+    const Findings found = service.address ? CheckService(bindings, service, domains)
+                                           : CheckOtherForm(bindings, service, domains);
     findings.insert(findings.end(), found.begin(), found.end());
   }
   return findings;
 }
 
-/// Lines of the map that lead to a service that is not there, or not as the back-end writes it.
-Findings CheckPatterns(const Bindings& bindings, const Domains& domains) {
+/// Lines of the map that lead to a service that is not there.
+Findings CheckPatterns(const Bindings& bindings, const Domains&) {
   Findings findings;
   for (const SenderPattern& line : bindings.patterns) {
-    if (!line.service.starts_with("smtp_")) continue;
-    const Service* const service = bindings.FindService(line.service);
-    if (service == nullptr) {
-      findings.push_back(
-          {"binding",
-           bindings.InMap(line.line),
-           "leads to the service " + line.service + ", which is not in " + bindings.master,
-           "the mail of that domain cannot leave",
-           "delete that line",
-           {}});
-    } else if (!service->address && domains.contains(line.service)) {
-      findings.push_back({"binding",
-                          bindings.InMaster(service->line),
-                          "has the service " + line.service +
-                              " in another form than the panel gives it: the name, a tab, and all "
-                              "the rest in one line",
-                          "the panel cannot change from where the domain's mail leaves",
-                          "delete it, and line " + std::to_string(line.line) + " of " +
-                              bindings.map + ", then update the domain with --ip",
-                          {}});
-    }
+    if (!line.service.starts_with(kServiceBegin)) continue;
+    if (bindings.FindService(line.service) != nullptr) continue;
+    findings.push_back(
+        {"binding",
+         bindings.InMap(line.line),
+         "leads to the service " + line.service + ", which is not in " + bindings.master,
+         "the mail of that domain cannot leave",
+         "delete that line",
+         {}});
   }
   return findings;
 }
@@ -140,6 +144,25 @@ Findings CheckDomains(const Bindings& bindings, const Domains& domains) {
   return findings;
 }
 
+/// Lines of the map that Postfix skips or reads otherwise than they are meant. That there is no
+/// postmap to ask is another check's to say.
+Findings CheckMapLines(const Bindings& bindings, const Domains&) {
+  Findings findings;
+  try {
+    for (const Complaint& complaint : ComplaintsOf({"regexp", bindings.map})) {
+      findings.push_back({"binding",
+                          bindings.InMap(complaint.line),
+                          "is not well-formed; Postfix says: " + complaint.text,
+                          "the domain that it is about may send from another address",
+                          "mend the line, or delete it",
+                          {}});
+    }
+  } catch (const fen_err::Error& error) {
+    if (error.type() != "email") throw;
+  }
+  return findings;
+}
+
 }  // namespace
 
 Findings CheckBindings() {
@@ -147,7 +170,7 @@ Findings CheckBindings() {
   if (!bindings) return {};
   const Domains domains = DomainsByService();
   Findings findings;
-  for (const auto& check : {CheckServices, CheckPatterns, CheckDomains}) {
+  for (const auto& check : {CheckServices, CheckPatterns, CheckDomains, CheckMapLines}) {
     const Findings found = check(*bindings, domains);
     findings.insert(findings.end(), found.begin(), found.end());
   }

@@ -4,7 +4,6 @@
 #include "panel/mail/bindings.h"
 
 #include <algorithm>
-#include <functional>
 #include <sstream>
 
 #include "host/fen_cf.h"
@@ -16,18 +15,24 @@ namespace {
 
 constexpr const char* kBlanks = " \t\r";
 
-/// Calls `visit` with the number of each line of the file that is neither empty nor a comment nor
-/// the continuation of another, its first word, and the rest of it from the end of that word on.
-void ForEachLine(const std::string& path,
-                 const std::function<void(std::size_t, std::string, std::string)>& visit) {
+/// A line that is neither empty nor a comment nor the continuation of another.
+struct Line {
+  std::size_t number;
+  std::string word;  ///< its first word
+  std::string rest;  ///< from the end of that word on
+};
+
+std::vector<Line> ReadLines(const std::string& path) {
+  std::vector<Line> lines;
   std::istringstream text(conf::ReadWholeFile(path).bytes);
   std::string line;
   for (std::size_t number = 1; std::getline(text, line); ++number) {
     line.erase(line.find_last_not_of(kBlanks) + 1);
     const std::size_t end = std::min(line.find_first_of(kBlanks), line.size());
     if (end == 0 || line[0] == '#') continue;
-    visit(number, line.substr(0, end), line.substr(end));
+    lines.push_back({number, line.substr(0, end), line.substr(end)});
   }
+  return lines;
 }
 
 /// The address of a definition of the back-end's, which follows its service's name.
@@ -59,21 +64,21 @@ std::optional<Bindings> ReadBindings() {
   bindings.master = fen_cf::GetPath("postfix-master");
   bindings.map = fen_cf::GetPath("postfix-domainips");
   if (bindings.master.empty() || bindings.map.empty()) return std::nullopt;
-  ForEachLine(bindings.master, [&](std::size_t line, std::string name, const std::string& rest) {
-    if (rest.empty()) return;
-    bindings.services.push_back({line, std::move(name), AddressIn(rest)});
-  });
-  ForEachLine(bindings.map, [&](std::size_t line, std::string pattern, const std::string& rest) {
-    const std::size_t begin = rest.find_first_not_of(kBlanks);
-    if (begin == std::string::npos) return;
-    bindings.patterns.push_back(
-        {line, std::move(pattern), rest.substr(begin, rest.find_first_of(": \t", begin) - begin)});
-  });
+  for (const Line& line : ReadLines(bindings.master)) {
+    if (line.rest.empty()) continue;
+    bindings.services.push_back({line.number, line.word, AddressIn(line.rest)});
+  }
+  for (const Line& line : ReadLines(bindings.map)) {
+    const std::size_t begin = line.rest.find_first_not_of(kBlanks);
+    if (begin == std::string::npos) continue;
+    const std::size_t end = line.rest.find_first_of(": \t", begin);
+    bindings.patterns.push_back({line.number, line.word, line.rest.substr(begin, end - begin)});
+  }
   return bindings;
 }
 
 std::string ServiceOf(const std::string& domain) {
-  return "smtp_" + str::Replace(domain, ".", "_");
+  return kServiceBegin + str::Replace(domain, ".", "_");
 }
 
 std::string PatternOf(const std::string& domain) {

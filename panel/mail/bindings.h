@@ -3,8 +3,7 @@
 ///
 /// PURPOSE
 ///   The back-end gives a bound domain a service of its own in master.cf: "smtp_" and the domain
-///   with
-///   "_" for each ".", a tab, and a definition with the address at its end; and a line in the
+///   with "_" for each ".", a tab, and a definition with the address at its end; and a line in the
 ///   domain-to-IP map that leads the domain's senders to that service. It changes one line at a
 ///   time and looks for the lines by their keys, so what somebody else has made of them is looked
 ///   at here.
@@ -51,6 +50,9 @@ struct Bindings {
 
 /// Reads both files; none when one of them is not configured.
 std::optional<Bindings> ReadBindings();
+
+/// What the names of all those services begin with.
+inline constexpr char kServiceBegin[] = "smtp_";
 
 /// The name of the service of a domain, and the pattern that leads to it.
 std::string ServiceOf(const std::string& domain);

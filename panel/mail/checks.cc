@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
+#include <map>
 #include <system_error>
 
 #include <fcntl.h>
@@ -16,16 +18,21 @@
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/binding_checks.h"
+#include "panel/mail/host_name_checks.h"
 #include "panel/mail/map_contents.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
+#include "panel/mail/suspension_checks.h"
 #include "panel/mail/table_checks.h"
+#include "panel/mail/target_checks.h"
 #include "panel/mail/wiring_checks.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
 
 namespace panel::mail {
 namespace {
+
+namespace fs = std::filesystem;
 
 std::string ConfigureAdvice(const std::string& name) {
   return "set " + name + " under [path] in " + CurrentConfig().file.string();
@@ -89,19 +96,30 @@ bool IsWritableByOthers(const std::string& path) {
   return status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
+struct TableFile {
+  const char* name;
+  const char* why;
+};
+
+constexpr std::array<TableFile, 6> kTableFiles = {{
+    {"postfix-virtusertable", "Postfix knows no address of the panel"},
+    {"postfix-localhostnames", "Postfix takes no mail for the domains of the panel"},
+    {"postfix-accessdb", "suspended domains are not refused"},
+    {"postfix-aliases", "mail for unknown addresses is not bounced"},
+    {"postfix-domainips", "no domain can be bound to an address"},
+    {"postfix-master", "no domain can be bound to an address"},
+}};
+
+Finding WritableByOthers(const std::string& path) {
+  return {"file",
+          path,
+          "can be written by others than root",
+          "who writes it decides where mail goes and what Postfix runs",
+          "chown root " + ShellWord(path) + " && chmod go-w " + ShellWord(path),
+          {}};
+}
+
 Findings CheckTableFiles() {
-  struct TableFile {
-    const char* name;
-    const char* why;
-  };
-  static constexpr std::array<TableFile, 6> kTableFiles = {{
-      {"postfix-virtusertable", "Postfix knows no address of the panel"},
-      {"postfix-localhostnames", "Postfix takes no mail for the domains of the panel"},
-      {"postfix-accessdb", "suspended domains are not refused"},
-      {"postfix-aliases", "mail for unknown addresses is not bounced"},
-      {"postfix-domainips", "no domain can be bound to an address"},
-      {"postfix-master", "no domain can be bound to an address"},
-  }};
   Findings findings;
   for (const TableFile& file : kTableFiles) {
     const std::string path = fen_cf::GetPath(file.name);
@@ -119,13 +137,41 @@ Findings CheckTableFiles() {
                           "put the file in place or " + ConfigureAdvice(file.name),
                           {}});
     } else if (IsWritableByOthers(path)) {
-      findings.push_back({"file",
-                          path,
-                          "can be written by others than root",
-                          "who writes it decides where mail goes and what Postfix runs",
-                          "chown root " + ShellWord(path) + " && chmod go-w " + ShellWord(path),
-                          {}});
+      findings.push_back(WritableByOthers(path));
     }
+  }
+  return findings;
+}
+
+/// Whether others can put another file in the place of one in or below the folder. In a folder like
+/// /tmp they cannot move what is not theirs, but put a map beside its table before it is built.
+bool IsOpenFolder(const fs::path& folder, bool has_tables) {
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0) return false;
+  const bool is_sticky = (status.st_mode & S_ISVTX) != 0;
+  return IsWritableByOthers(folder) && (has_tables || !is_sticky || status.st_uid != 0);
+}
+
+/// The folders of the tables and those above them, and whether each has tables in it.
+std::map<fs::path, bool> TableFolders() {
+  std::map<fs::path, bool> folders;
+  for (const TableFile& file : kTableFiles) {
+    std::error_code failed;  // a path that leads nowhere is said of the file itself
+    const fs::path path = fs::canonical(fen_cf::GetPath(file.name), failed);
+    if (failed) continue;
+    folders[path.parent_path()] = true;
+    for (fs::path folder = path.parent_path(); folder != folder.root_path();) {
+      folder = folder.parent_path();
+      folders.emplace(folder, false);
+    }
+  }
+  return folders;
+}
+
+Findings CheckTableFolders() {
+  Findings findings;
+  for (const auto& [folder, has_tables] : TableFolders()) {
+    if (IsOpenFolder(folder, has_tables)) findings.push_back(WritableByOthers(folder));
   }
   return findings;
 }
@@ -167,9 +213,10 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 8> kChecks = {&CheckPendingWork, &CheckTools,      &CheckTableFiles,
-                                          &CheckMaps,        &CheckTableLines, &CheckResponders,
-                                          &CheckBindings,    &CheckWiring};
+constexpr std::array<Check, 12> kChecks = {
+    &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,
+    &CheckMaps,        &CheckTableLines, &CheckTargets,    &CheckHostNameLines,
+    &CheckSuspensions, &CheckResponders, &CheckBindings,   &CheckWiring};
 
 }  // namespace
 

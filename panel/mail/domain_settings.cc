@@ -59,6 +59,7 @@ std::string CheckedIp(const std::string& text) {
   if (!test::Ip(address) && !test::Ip6(address)) {
     Refuse("ip", text, "is neither an IPv4 nor an IPv6 address");
   }
+  address = WithoutGuise(address);
   if (!CanBeOfHost(address)) Refuse("ip", text, "cannot be the address of a single machine");
   if (!BackEnd().CanBindToIp()) {
     Refuse("ip", text, "cannot be used: the mail server sends from one address only");

@@ -13,9 +13,14 @@
 #include "host/zeb_db.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/mail_rows.h"
+#include "panel/process/own_addresses.h"
 
 namespace panel::mail {
 namespace {
+
+/// The delimiter that Postfix is mostly given between a mailbox and an extension, and the one that
+/// the back-end's entries have.
+constexpr char kExtensionDelimiter = '+';
 
 std::string NameOf(SenderList list) {
   return list == SenderList::kWhite ? "whitelist" : "blacklist";
@@ -87,23 +92,15 @@ void DeleteVerdict(SenderList list, const std::string& value) {
   }
 }
 
-/// What is suspended, and would be so no longer with a verdict on some value.
-struct Suspended {
-  std::string what;  ///< "domain" or "mailbox"
-  std::string name;
-};
+std::string DomainOf(const std::string& value) {
+  return value.substr(value.rfind('@') + 1);
+}
 
-/// An address stands for its domain here: Postfix looks it up first.
-std::optional<Suspended> FindSuspension(const std::string& value) {
-  if (!test::Const<test::Email>(value) && !test::Const<test::Domain>(value)) return std::nullopt;
-  const std::string domain_name = value.substr(value.rfind('@') + 1);
-  const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
-  if (!domain->name.Lookup(domain_name)) return std::nullopt;
-  if (!domain->active) return Suspended{"domain", domain_name};
-  if (domain_name == value) return std::nullopt;
-  const MailboxRow mailbox = LookUpMailbox(value);
-  if (mailbox && !mailbox->active) return Suspended{"mailbox", value};
-  return std::nullopt;
+/// The address without its extension.
+std::string WithoutExtension(const std::string& address) {
+  const std::size_t at = address.rfind('@');
+  const std::size_t delimiter = address.find(kExtensionDelimiter, 1);
+  return delimiter < at ? address.substr(0, delimiter) + address.substr(at) : address;
 }
 
 void RequireNoSuspension(const std::string& value) {
@@ -115,20 +112,43 @@ void RequireNoSuspension(const std::string& value) {
                            "suspended; resume it first");
 }
 
-std::vector<std::string> ListedAddresses(SenderList list, const std::string& domain) {
-  return Column("SELECT name FROM email_" + NameOf(list) + " WHERE name LIKE " +
-                fen_db::Cache::EscapeValue("%@" + domain));
+/// The listed addresses that Postfix looks up before `name`.
+std::vector<std::string> ListedBelow(SenderList list, const std::string& name) {
+  std::vector<std::string> addresses =
+      Column("SELECT name FROM email_" + NameOf(list) + " WHERE name LIKE " +
+             fen_db::Cache::EscapeValue("%@" + DomainOf(name)));
+  if (name.find('@') == std::string::npos) return addresses;
+  std::erase_if(addresses, [&name](const std::string& address) {
+    return address == name || WithoutExtension(address) != name;
+  });
+  return addresses;
 }
 
 }  // namespace
 
-/// A client with an IPv4 address in the guise of an IPv6
-/// one is to Postfix one with an IPv4 address.
+/// An address stands for its domain here, and one with an extension for its mailbox: Postfix looks
+/// it up first.
+std::optional<Suspended> FindSuspension(const std::string& value) {
+  if (!test::Const<test::Email>(value) && !test::Const<test::Domain>(value)) return std::nullopt;
+  const std::string domain_name = DomainOf(value);
+  const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
+  if (!domain->name.Lookup(domain_name)) return std::nullopt;
+  if (!domain->active) return Suspended{"domain", domain_name};
+  if (domain_name == value) return std::nullopt;
+  for (const std::string& address : {value, WithoutExtension(value)}) {
+    const MailboxRow mailbox = LookUpMailbox(address);
+    if (mailbox)
+      return mailbox->active ? std::nullopt : std::optional(Suspended{"mailbox", address});
+  }
+  return std::nullopt;
+}
+
+/// A client with an IPv4 address in the guise of an IPv6 one is to Postfix one with an IPv4
+/// address.
 std::string CheckedSender(SenderList list, const std::string& text) {
-  static const std::string kGuise = "::ffff:";
   std::string value = text;
-  if (test::Ip6(value) && value.starts_with(kGuise)) value = value.substr(kGuise.size());
-  if (test::Ip(value) || test::Ip6(value) || test::Domain(value)) return value;
+  if (test::Ip(value) || test::Ip6(value)) return WithoutGuise(value);
+  if (test::Domain(value)) return value;
   if (test::Email(value)) return LowerCase(value);
   Refuse(NameOf(list), text, "is neither a mail address nor a domain nor an IP address");
 }
@@ -137,7 +157,8 @@ bool IsListed(SenderList list, const std::string& text) {
   return Has(list, text) || Has(list, CheckedSender(list, text));
 }
 
-void AddToList(SenderList list, const std::vector<std::string>& values) {
+SenderValues AddToList(SenderList list, const SenderValues& values) {
+  SenderValues added;
   for (const std::string& text : values) {
     const std::string value = CheckedSender(list, text);
     if (Has(list, value)) throw fen_err::Error("exists", NameOf(list), InUnicode(value));
@@ -145,19 +166,28 @@ void AddToList(SenderList list, const std::vector<std::string>& values) {
     DeleteRows(OtherThan(list), value);
     AddRow(list, value);
     SetVerdict(list, value);
+    added.push_back(InUnicode(value));
   }
+  return added;
 }
 
 /// The value is taken as it was given, or else in its normal form: one that was read from a table
 /// made by hand may be no proper value.
-void RemoveFromList(SenderList list, const std::vector<std::string>& values) {
+SenderValues RemoveFromList(SenderList list, const SenderValues& values) {
+  SenderValues removed;
   for (const std::string& text : values) {
     const std::string value = Has(list, text) ? text : CheckedSender(list, text);
     if (!Has(list, value)) throw fen_err::Error("missing", NameOf(list), text);
     RequireNoSuspension(value);
     DeleteRows(list, value);
     DeleteVerdict(list, value);
+    removed.push_back(InUnicode(value));
   }
+  return removed;
+}
+
+bool ConcernsRecipients(const std::string& text) {
+  return zeb_db::GetCache().Get<zeb_db::EmailDomainTable>()->name.Lookup(DomainOf(text));
 }
 
 /// Databases order texts in different ways, so this is done here. A value that a table made by hand
@@ -178,14 +208,14 @@ void WriteVerdict(const std::string& name) {
   }
 }
 
-void WriteVerdictsOfAddresses(const std::string& domain) {
+void WriteVerdictsBelow(const std::string& name) {
   for (const SenderList list : {SenderList::kWhite, SenderList::kBlack}) {
-    for (const std::string& address : ListedAddresses(list, domain)) WriteVerdict(address);
+    for (const std::string& address : ListedBelow(list, name)) WriteVerdict(address);
   }
 }
 
-void DeleteVerdictsOfAddresses(const std::string& domain) {
-  for (const std::string& address : ListedAddresses(SenderList::kWhite, domain)) {
+void DeleteVerdictsBelow(const std::string& name) {
+  for (const std::string& address : ListedBelow(SenderList::kWhite, name)) {
     DeleteVerdict(SenderList::kWhite, address);
   }
 }

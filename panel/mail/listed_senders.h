@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,10 +22,27 @@ namespace panel::mail {
 
 enum class SenderList { kWhite, kBlack };
 
-/// Puts the values on the list; one of the other list moves over.
-void AddToList(SenderList list, const std::vector<std::string>& values);
+using SenderValues = std::vector<std::string>;
 
-void RemoveFromList(SenderList list, const std::vector<std::string>& values);
+/// Puts the values on the list; one of the other list moves over. Returns them as they are kept, in
+/// Unicode.
+SenderValues AddToList(SenderList list, const SenderValues& values);
+
+/// Returns the values as they were kept, in Unicode.
+SenderValues RemoveFromList(SenderList list, const SenderValues& values);
+
+/// What is suspended, and would be so no longer with a verdict on some value.
+struct Suspended {
+  std::string what;  ///< "domain" or "mailbox"
+  std::string name;
+};
+
+/// What a verdict on `value` would let mail through for.
+std::optional<Suspended> FindSuspension(const std::string& value);
+
+/// Whether mail to this server is concerned too, because the value is a domain of the panel or an
+/// address in one: the verdicts are looked up for recipients as well.
+bool ConcernsRecipients(const std::string& text);
 
 /// A value of the list in the form in which it is kept.
 std::string CheckedSender(SenderList list, const std::string& text);
@@ -39,12 +57,13 @@ std::vector<std::string> ListSenders(SenderList list);
 /// suspension is in its place. Comes after operations that remove whatever verdict there is.
 void WriteVerdict(const std::string& name);
 
-/// The same for the addresses of a domain that is active again.
-void WriteVerdictsOfAddresses(const std::string& domain);
+/// The same for what Postfix looks up before `name`: of a domain its addresses, of a mailbox those
+/// with an extension ("info+news@example.org").
+void WriteVerdictsBelow(const std::string& name);
 
-/// Has the back-end take off the verdicts by which mail for a suspended domain's addresses would be
-/// taken: Postfix looks an address up before its domain. The rows stay.
-void DeleteVerdictsOfAddresses(const std::string& domain);
+/// Has the back-end take off the verdicts by which mail for a suspended domain or mailbox would be
+/// taken all the same. The rows stay.
+void DeleteVerdictsBelow(const std::string& name);
 
 /// What the lists say before the mail server's tables are read, for what these cannot tell: a
 /// verdict that gives way to a suspension stands nowhere, and that on a domain of the panel is

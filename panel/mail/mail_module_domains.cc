@@ -36,9 +36,9 @@ void Write(DomainRow& row) {
   const std::string name = row->name.Str();
   if (row->active) {
     WriteVerdict(name);
-    WriteVerdictsOfAddresses(name);
+    WriteVerdictsBelow(name);
   } else {
-    DeleteVerdictsOfAddresses(name);
+    DeleteVerdictsBelow(name);
   }
 }
 

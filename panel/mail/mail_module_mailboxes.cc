@@ -108,6 +108,7 @@ void MailModule::SuspendMailbox(const std::string& address) {
   row->active = false;
   row->Post();
   BackEnd().SuspendEmail(row);
+  DeleteVerdictsBelow(AddressOf(row));
 }
 
 void MailModule::ResumeMailbox(const std::string& address) {
@@ -117,6 +118,7 @@ void MailModule::ResumeMailbox(const std::string& address) {
   DropUnwritableRows(*row);
   BackEnd().ResumeEmail(row);
   WriteVerdict(AddressOf(row));
+  WriteVerdictsBelow(AddressOf(row));
 }
 
 void MailModule::DeleteMailbox(const std::string& address) {
@@ -136,12 +138,14 @@ void MailModule::DeleteWithAll(MailboxRow& mailbox) {
   RequireOwnLines(mailbox);
   const std::int64_t key = mailbox->id;
   const std::string address = AddressOf(mailbox);
+  const bool is_suspended = !mailbox->active;
   {
     const conf::NarrowedWalk narrowed(TablePath("virtusertable"), address);
     BackEnd().DeleteEmail(mailbox);
   }
   mailbox->Delete();
   WriteVerdict(address);
+  if (is_suspended) WriteVerdictsBelow(address);
   AfterCommit([key] { RemoveResponderFolder(key); });
 }
 
@@ -195,7 +199,7 @@ void MailModule::RequireOwnDelivery(const MailboxName& mailbox) {
            "cannot begin with \"owner-\": Postfix would send the bounces of another mailbox's "
            "forwards there");
   }
-  const std::string base = mailbox.local.substr(0, mailbox.local.find('+'));
+  const std::string base = mailbox.local.substr(0, mailbox.local.find('+', 1));
   for (const std::string& name :
        {mailbox.local, base, '"' + mailbox.local + '"', '"' + base + '"'}) {
     if (const auto line = aliases_.Find(name)) {

@@ -11,9 +11,9 @@
 
 #include "host/zeb_db.h"
 #include "panel/mail/listing.h"
+#include "panel/mail/lookups.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/mailbox_ends.h"
-#include "panel/mail/map_lookup.h"
 #include "panel/mail/names.h"
 #include "panel/mail/value_list.h"
 
@@ -32,13 +32,12 @@ bool IsUnixUser(const std::string& name) {
 }
 
 /// The domains whose mail transport_maps leads elsewhere.
-std::set<std::string> DomainsLedElsewhere() {
+std::set<std::string> DomainsLedElsewhere(Lookups& lookups) {
   const std::string parameter = "transport_maps";
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
   std::set<std::string> domains;
   for (const std::string& map : SplitList(ReadParameters({parameter})[parameter].expanded)) {
-    for (const auto& [domain, way] : LookUp(map, Column("SELECT name FROM email_domain"))) {
-      domains.insert(domain);
-    }
+    for (const auto& [domain, way] : lookups.Ask(parameter, map, names)) domains.insert(domain);
   }
   return domains;
 }
@@ -46,8 +45,8 @@ std::set<std::string> DomainsLedElsewhere() {
 /// The mailboxes whose mail local(8) gets, by their local parts.
 using Addresses = std::map<std::string, std::vector<std::string>>;
 
-Addresses MailboxesByName() {
-  const std::set<std::string> elsewhere = DomainsLedElsewhere();
+Addresses MailboxesByName(Lookups& lookups) {
+  const std::set<std::string> elsewhere = DomainsLedElsewhere(lookups);
   Addresses mailboxes;
   fen_db::Result rows = zeb_db::GetCache().Query(
       "SELECT email.name, email_domain.name FROM email JOIN email_domain ON email_domain.id = "
@@ -79,10 +78,11 @@ Findings Shortened(Findings findings, const std::string& mend) {
 
 Findings CheckMailboxEnds(const Wiring&) {
   const MailboxEnds ends = FindMailboxEnds();
+  if (ends.KnowsDomains()) return {};
+  Lookups lookups;
   Findings without_end;
   Findings sharing;
-  if (ends.KnowsDomains()) return {};
-  for (const auto& [name, addresses] : MailboxesByName()) {
+  for (const auto& [name, addresses] : MailboxesByName(lookups)) {
     if (!IsUnixUser(name)) {
       if (ends.TakesAnyName()) continue;
       for (const std::string& address : addresses) {
@@ -102,9 +102,12 @@ Findings CheckMailboxEnds(const Wiring&) {
                          {}});
     }
   }
-  Findings findings = Shortened(std::move(without_end), Mend(ends));
-  for (Finding& finding : Shortened(std::move(sharing), Mend(ends)))
-    findings.push_back(std::move(finding));
+  Findings findings = std::move(lookups.findings);
+  for (Findings* const found : {&without_end, &sharing}) {
+    for (Finding& finding : Shortened(std::move(*found), Mend(ends))) {
+      findings.push_back(std::move(finding));
+    }
+  }
   return findings;
 }
 

@@ -111,10 +111,15 @@ std::vector<Override> ReadOverrides(const std::vector<std::string>& patterns) {
   return overrides;
 }
 
-MainCfEdit EditMainCf(const std::vector<Assignment>& assignments) {
+conf::FileContents ReadMainCf() {
+  return conf::ReadWholeFile(ConfigFolder() / kMainCf);
+}
+
+MainCfEdit EditMainCf(const conf::FileContents& before,
+                      const std::vector<Assignment>& assignments) {
   MainCfEdit edit;
   edit.file = ConfigFolder() / kMainCf;
-  edit.before = conf::ReadWholeFile(edit.file);
+  edit.before = before;
   const Workplace workplace;
   const fs::path copy = workplace.folder() / kMainCf;
   Write(copy, edit.before.bytes);

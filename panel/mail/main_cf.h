@@ -56,10 +56,14 @@ struct MainCfEdit {
   std::string after;
 };
 
-/// What setting the parameters makes of main.cf. New ones come last, in this order.
-MainCfEdit EditMainCf(const std::vector<Assignment>& assignments);
+conf::FileContents ReadMainCf();
 
-/// Puts the new text in place.
+/// What setting the parameters makes of main.cf, which was read as `before`. New ones come last, in
+/// this order.
+MainCfEdit EditMainCf(const conf::FileContents& before, const std::vector<Assignment>& assignments);
+
+/// Puts the new text in place. Throws fen_err::Error("changed", path, "") when somebody else has
+/// changed the file since it was read.
 void Save(const MainCfEdit& edit);
 
 /// The folder of main.cf.

@@ -4,6 +4,7 @@
 #include "panel/mail/map_lookup.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <sstream>
@@ -35,9 +36,9 @@ void RequireFile(const std::string& map) {
   throw fen_err::Error("email", "postmap", name->name + *suffix + ": No such file or directory");
 }
 
-/// Adds what the map answers to these keys. A run that finds nothing exits with 1 and prints
-/// nothing; so does one that fails, with its reason.
-void Ask(const std::string& map, const std::string& keys, Answers& answers) {
+/// What postmap prints about these keys. A run that finds nothing exits with 1 and prints nothing;
+/// so does one that fails, with its reason.
+std::string Ask(const std::string& map, const std::string& keys) {
   std::vector<std::string> words = PostmapCommand();
   words.insert(words.end(), {"-q", "-", Unproxied(map)});
   const ToolRun run = RunTool(words, keys);
@@ -46,7 +47,11 @@ void Ask(const std::string& map, const std::string& keys, Answers& answers) {
     const std::string reason = run.output.substr(0, run.output.find_last_not_of(" \r\n") + 1);
     throw fen_err::Error("email", "postmap", reason);
   }
-  std::istringstream lines(run.output);
+  return run.output;
+}
+
+void AddAnswers(const std::string& output, Answers& answers) {
+  std::istringstream lines(output);
   for (std::string line; std::getline(lines, line);) {
     const std::size_t tab = line.find('\t');
     if (tab != std::string::npos) answers[line.substr(0, tab)] = line.substr(tab + 1);
@@ -69,9 +74,27 @@ Answers LookUp(const std::string& map, const std::vector<std::string>& keys) {
     std::string input;
     const std::size_t end = std::min(begin + kAtOnce, keys.size());
     for (std::size_t index = begin; index < end; ++index) input += keys[index] + "\n";
-    Ask(map, input, answers);
+    AddAnswers(Ask(map, input), answers);
   }
   return answers;
+}
+
+/// A complaint is "postmap: warning: regexp map PATH, line 3: TEXT".
+std::vector<Complaint> ComplaintsOf(const MapName& map) {
+  const std::string element = map.type + ":" + map.name;
+  RequireFile(element);
+  const std::string begin = "warning: " + map.type + " map " + map.name + ", line ";
+  std::vector<Complaint> complaints;
+  std::istringstream lines(Ask(element, "x\n"));
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t number = line.find(begin);
+    if (number == std::string::npos) continue;
+    const std::string rest = line.substr(number + begin.size());
+    const std::size_t text = rest.find(": ");
+    if (text == std::string::npos) continue;
+    complaints.push_back({std::strtoul(rest.c_str(), nullptr, 10), rest.substr(text + 2)});
+  }
+  return complaints;
 }
 
 }  // namespace panel::mail

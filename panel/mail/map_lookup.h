@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -26,6 +27,15 @@ using Answers = std::map<std::string, std::string>;
 
 /// What the map `map`, such as "hash:/etc/aliases", answers to `keys`.
 Answers LookUp(const std::string& map, const std::vector<std::string>& keys);
+
+/// What Postfix says of a line of a map that is read as text (regexp, pcre).
+struct Complaint {
+  std::size_t line;
+  std::string text;  ///< "ignoring unrecognized request"
+};
+
+/// All that it says of such a map.
+std::vector<Complaint> ComplaintsOf(const MapName& map);
 
 /// LookUp, or what a caller does around it.
 using LookUpFunction =

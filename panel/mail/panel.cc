@@ -13,6 +13,7 @@
 #include "panel/conf/pending.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/postfix_command.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/step_note.h"
 #include "panel/mail/table_path.h"
@@ -235,10 +236,8 @@ void Panel::MakeUpPendingWork() {
   if (conf::ListPendingWork().empty()) return;
   WakeTables(*database_);
   std::string failure;
-  try {
-    conf::MakeUpPendingWork();
-  } catch (const std::exception& error) {
-    failure = std::string("outstanding work failed again: ") + error.what();
+  if (const auto error = FailureOfTools([] { conf::MakeUpPendingWork(); })) {
+    failure = std::string("outstanding work failed again: ") + error->what();
     failure.erase(failure.find_last_not_of('\n') + 1) += '\n';
   }
   const std::string pending = DescribePendingWork();
@@ -255,7 +254,7 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const
   const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
   if (database_failure && operation.saved() == 0) throw *database_failure;
   const auto step_failure = database_failure ? std::nullopt : FailureOfSteps(steps);
-  const auto tool_failure = FailureOf([&operation] { operation.RunActions(); });
+  const auto tool_failure = FailureOfTools([&operation] { operation.RunActions(); });
 
   if (database_failure) {
     throw PartlyDone(*database_failure, "the table files hold the change, the database does not\n" +
@@ -273,6 +272,17 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const
     throw PartlyDone(*tool_failure,
                      "the database and the table files hold the change\n" + OutstandingTools());
   }
+}
+
+/// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told
+/// to read when it starts.
+std::optional<fen_err::Error> Panel::FailureOfTools(const std::function<void()>& tools) const {
+  const auto failure = FailureOf(tools);
+  if (!failure || !IsNeedlessReload(*failure)) return failure;
+  ForgetReloads();
+  Warn("Postfix does not run; it reads the change when it starts\n");
+  if (conf::ListPendingWork().empty()) return std::nullopt;
+  return failure;
 }
 
 void Panel::Warn(const std::string& text) const {

@@ -90,6 +90,7 @@ class Panel {
   void SetUpModules();
   void MakeUpPendingWork();
   void Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps);
+  std::optional<fen_err::Error> FailureOfTools(const std::function<void()>& tools) const;
   void Warn(const std::string& text) const;
 
   Notices notices_;

@@ -24,7 +24,7 @@ std::string WithoutWarnings(const std::string& output, const std::string& tool) 
   std::istringstream lines(output);
   std::string text;
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with(tool + ": ")) continue;
+    if (line.starts_with(tool + ": warning: ")) continue;
     text += (text.empty() ? "" : "\n") + line;
   }
   return text;
@@ -56,7 +56,7 @@ std::string RunPostconf(const std::vector<std::string>& options) {
   run.output.erase(run.output.find_last_not_of(" \r\n") + 1);
   if (run.result != 0) {
     throw fen_err::Error("email", "postconf",
-                         run.output +
+                         WithoutWarnings(run.output, words.front()) +
                              "\nit was run with the options of postfix-postmap: give those "
                              "that Postfix needs there (-c DIR) under [path]");
   }

@@ -5,8 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <set>
 
 #include "host/fen_cf.h"
+#include "panel/mail/listing.h"
+#include "panel/mail/mail_rows.h"
 #include "panel/mail/value_list.h"
 
 namespace panel::mail {
@@ -97,6 +101,21 @@ bool IsOfThisMachineAlone(const std::string& service) {
                      [&service](const char* begin) { return service.starts_with(begin); });
 }
 
+/// The domains of the panel that lie below other ones.
+std::vector<std::string> DomainsBelowOthers() {
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain ORDER BY name");
+  const std::set<std::string> domains(names.begin(), names.end());
+  std::vector<std::string> below;
+  std::copy_if(names.begin(), names.end(), std::back_inserter(below), [&](const auto& name) {
+    for (std::size_t dot = name.find('.'); dot != std::string::npos;
+         dot = name.find('.', dot + 1)) {
+      if (domains.contains(name.substr(dot + 1))) return true;
+    }
+    return false;
+  });
+  return below;
+}
+
 /// The services whose own list counts.
 std::vector<std::string> PatternsOf(const std::string& name) {
   if (name == kVirtualAliasMaps) return {"cleanup/unix/" + name};
@@ -156,6 +175,24 @@ Findings CheckOrderOfRestrictions(const Wiring& wiring) {
          {}});
   }
   return findings;
+}
+
+Findings CheckSubdomains(const Wiring&) {
+  const std::string parameter = "parent_domain_matches_subdomains";
+  const std::string access_maps = "smtpd_access_maps";
+  const std::vector<std::string> below = DomainsBelowOthers();
+  if (below.empty()) return {};
+  Elements features = SplitList(ReadParameters({parameter})[parameter].expanded);
+  if (std::erase(features, access_maps) == 0) return {};
+  std::string value;
+  for (const std::string& feature : features) value = Appended(value, feature);
+  return {{"wiring",
+           parameter,
+           "has " + access_maps + ", and the panel has " + Listing(below) +
+               " below other domains of its own",
+           "when the domain above is suspended or listed, so are these",
+           SetCommand({parameter, value}),
+           {}}};
 }
 
 Findings CheckOverrides(const Wiring& wiring) {

@@ -14,6 +14,10 @@ Findings CheckRelaying(const Wiring& wiring);
 /// Whether mail is let pass before the access table is asked.
 Findings CheckOrderOfRestrictions(const Wiring& wiring);
 
+/// Whether what the access table says of a domain of the panel holds for another one below it too
+/// ("shop.example.org" below "example.org"), which may be somebody else's.
+Findings CheckSubdomains(const Wiring& wiring);
+
 /// Whether a service of master.cf has a list of its own without the panel's table. One that listens
 /// for this machine alone, as content filters hand their mail back to, is left aside: what comes to
 /// it has been checked.

@@ -5,14 +5,14 @@
 
 #include <set>
 
-#include "host/fen_err.h"
 #include "host/zeb_db.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/listing.h"
+#include "panel/mail/lookups.h"
 #include "panel/mail/mail_rows.h"
-#include "panel/mail/map_lookup.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/name_list.h"
+#include "panel/mail/own_entries.h"
 #include "panel/mail/postconf.h"
 #include "panel/mail/value_list.h"
 
@@ -22,47 +22,7 @@ namespace {
 constexpr const char* kLimit = "100";
 
 /// The entries that the tables of the panel lead to.
-const std::vector<std::string> kOwnEntries = {"devnull", "postfix_err_nouser"};
-
-/// Looks keys up in maps and keeps those maps as findings that cannot be opened, each once.
-class Lookups {
- public:
-  Answers Ask(const std::string& parameter, const std::string& map,
-              const std::vector<std::string>& keys) {
-    if (failed_.contains(map)) return {};
-    try {
-      return LookUp(map, keys);
-    } catch (const fen_err::Error& error) {
-      failed_.insert(map);
-      findings.push_back({"wiring",
-                          parameter,
-                          "has " + map + ", which cannot be opened: " + error.value(),
-                          "mail that it may be about waits until it can",
-                          "mend the map, or take it out of " + parameter,
-                          {}});
-      return {};
-    }
-  }
-
-  /// Asks, and says that what the map answers should be the panel's.
-  void AskForOurs(const std::string& parameter, const std::string& map,
-                  const std::vector<std::string>& keys, const std::string& mend) {
-    std::vector<std::string> answered;
-    for (const auto& [key, answer] : Ask(parameter, map, keys)) answered.push_back(key);
-    if (answered.empty()) return;
-    findings.push_back({"wiring",
-                        parameter,
-                        "has " + map + ", which answers for " + Listing(answered),
-                        "that mail goes where that map says, and not where the panel says",
-                        mend,
-                        {}});
-  }
-
-  Findings findings;
-
- private:
-  std::set<std::string> failed_;
-};
+const std::vector<std::string> kOwnEntries = {kDiscardEntry, kBounceEntry};
 
 struct Address {
   std::string local;

@@ -16,6 +16,7 @@
 #include "panel/mail/back_end.h"
 #include "panel/mail/bindings.h"
 #include "panel/mail/mail_rows.h"
+#include "panel/mail/own_entries.h"
 #include "panel/mail/responder_folder.h"
 #include "panel/mail/table_path.h"
 #include "panel/mail/text_table.h"
@@ -24,9 +25,6 @@ namespace panel::mail {
 namespace {
 
 using Key = std::int64_t;
-
-/// The alias to which the lines of what is suspended lead.
-const char* const kSuspended = "postfix_err_nouser";
 
 /// A mailbox as the passes have left it.
 struct Found {
@@ -140,7 +138,7 @@ std::vector<SuspendedDomain> HalfSuspendedDomains() {
       "SELECT name, defaction, redirect FROM email_domain WHERE NOT active");
   for (; !rows.Eof(); rows.Next()) {
     const std::optional<Entry> verdict = verdicts.Find(rows.Str(0));
-    if (verdict && verdict->value == kSuspended) {
+    if (verdict && verdict->value == kBounceEntry) {
       domains.push_back({rows.Str(0), rows.Str(1), rows.Str(2)});
     }
   }

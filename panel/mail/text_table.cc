@@ -270,7 +270,9 @@ std::optional<Oddity::Kind> TextTable::OddityAt(const Place& place) const {
   if (!entry) return Oddity::Kind::kNoEntry;
   if (line.find('\0') != std::string_view::npos) return Oddity::Kind::kNul;
   if (IsContinued(place.offset)) return Oddity::Kind::kContinued;
-  if (entry->key != KeyOf(line, format_)) return Oddity::Kind::kOtherSpelling;
+  if (entry->key != KeyOf(line, format_) || entry->key.find('"') != std::string::npos) {
+    return Oddity::Kind::kOtherSpelling;
+  }
   if (entry->value.find(" #") != std::string::npos ||
       entry->value.find("\t#") != std::string::npos) {
     return Oddity::Kind::kComment;

@@ -50,7 +50,7 @@ struct Oddity {
     kNoEntry,           ///< Postfix skips it
     kNul,               ///< it holds a NUL, behind which Postfix reads nothing
     kContinued,         ///< the lines below continue it
-    kOtherSpelling,     ///< its key has capital letters, or quotes where Postfix takes them off
+    kOtherSpelling,     ///< its key has capital letters or quotes
     kComment,           ///< a "#" stands behind the value, of which it is a part for Postfix
     kContinuesNothing,  ///< it begins with a blank, and no entry stands above
   };

@@ -55,6 +55,7 @@ using Placing = std::string (*)(const std::string& value, const std::string& ele
 class Planner {
  public:
   Planner() {
+    wiring_.main_cf = ReadMainCf();
     wiring_.parts = FindWiringParts();
     wiring_.parameters = ReadParameters(
         {kMyDestination, kVirtualAliasMaps, kAliasMaps, kSenderTransports, kRecipientRestrictions,

@@ -56,6 +56,7 @@ struct Setting {
 };
 
 struct Wiring {
+  conf::FileContents main_cf;  ///< as it was before Postfix was asked what it says
   WiringParts parts;
   Parameters parameters;
   RestrictionClasses classes;

@@ -13,17 +13,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/fen_proc.h"
+#include "panel/mail/postfix_command.h"
 #include "panel/process/file_handle.h"
 
 namespace panel::mail {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int kNotStarted = 127;
 
 [[noreturn]] void Fail(const fs::path& path, const std::string& what) {
   throw fen_err::Error("file", path.string(), what + ": " + std::generic_category().message(errno));
@@ -55,6 +53,15 @@ fs::path CopyName(const fs::path& path) {
   return copy;
 }
 
+void WriteAll(const FileHandle& file, const fs::path& path, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(file.get(), bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) Fail(path, "cannot be written");
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
 /// Keeps the bytes of the file at `path`, with its mode and owner, in a copy beside it.
 fs::path KeepCopy(const fs::path& path, const std::string& bytes, Undoing& undoing) {
   struct stat status {};
@@ -63,39 +70,28 @@ fs::path KeepCopy(const fs::path& path, const std::string& bytes, Undoing& undoi
   const FileHandle file(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   if (!file) Fail(copy, "cannot be created");
   undoing.Add([copy] { unlink(copy.c_str()); });
-  const auto size = static_cast<ssize_t>(bytes.size());
-  if (write(file.get(), bytes.data(), bytes.size()) != size ||
-      fchown(file.get(), status.st_uid, status.st_gid) != 0 ||
+  WriteAll(file, copy, bytes);
+  if (fchown(file.get(), status.st_uid, status.st_gid) != 0 ||
       fchmod(file.get(), status.st_mode & 07777) != 0 || fsync(file.get()) != 0) {
     Fail(copy, "cannot be written");
   }
+  conf::SyncFolderOf(copy);
   return copy;
 }
 
-void WriteClientRule(const fs::path& path, Undoing& undoing) {
+/// Returns where the file is kept as it was; nowhere when there was none.
+fs::path WriteClientRule(const fs::path& path, Undoing& undoing) {
   const conf::FileContents before = conf::ReadWholeFile(path);
+  fs::path copy;
   if (before.stamp) {
-    const fs::path copy = KeepCopy(path, before.bytes, undoing);
+    copy = KeepCopy(path, before.bytes, undoing);
     undoing.Add([copy, path] { rename(copy.c_str(), path.c_str()); });
   } else {
     undoing.Add([path] { unlink(path.c_str()); });
   }
   conf::ReplaceFile(path, before.stamp, [](const conf::PieceWriter& put) { put(kClientRule); });
   conf::SyncFolderOf(path);
-}
-
-std::string PostfixCommand(const std::string& word) {
-  return fen_cf::GetPath("postfix-bin") + " " + word;
-}
-
-/// Asks before anything is changed, so that a Postfix command that cannot be started keeps
-/// everything as it is.
-bool IsPostfixRunning() {
-  const fen_proc::Execute status(PostfixCommand("status"), fen_proc::Execute::kWaitAndCapture);
-  if (status.Result() == kNotStarted) {
-    throw fen_err::Error("email", "postfix-bin", status.Str());
-  }
-  return status.Result() == 0;
+  return copy;
 }
 
 void Reload() {
@@ -125,6 +121,7 @@ WiringChange ChangeOf(const Wiring& wiring) {
   }
   RequireTables(wiring);
   WiringChange change;
+  change.main_cf = wiring.main_cf;
   for (const Setting& setting : wiring.settings) {
     if (!setting.faults.empty()) change.assignments.push_back({setting.name, setting.value});
   }
@@ -140,12 +137,15 @@ WiringChange ChangeOf(const Wiring& wiring) {
 WiringResult Apply(const WiringChange& change) {
   WiringResult result;
   if (change.IsEmpty()) return result;
+  // Asked before anything is changed, so that a command that cannot be started keeps all as it is.
   const bool is_running = IsPostfixRunning();
   Undoing undoing;
-  if (change.writes_client_rule) WriteClientRule(change.client_rule, undoing);
+  if (change.writes_client_rule) {
+    result.copy_of_client_rule = WriteClientRule(change.client_rule, undoing);
+  }
   for (const Map& map : change.maps) Build(map);
   if (!change.assignments.empty()) {
-    const MainCfEdit edit = EditMainCf(change.assignments);
+    const MainCfEdit edit = EditMainCf(change.main_cf, change.assignments);
     result.copy = KeepCopy(edit.file, edit.before.bytes, undoing);
     Save(edit);
   }
@@ -162,7 +162,7 @@ std::vector<conf::Operation::Change> ChangedFiles(const WiringChange& change) {
     files.push_back({path, conf::ReadWholeFile(path).bytes, kClientRule});
   }
   if (!change.assignments.empty()) {
-    const MainCfEdit edit = EditMainCf(change.assignments);
+    const MainCfEdit edit = EditMainCf(change.main_cf, change.assignments);
     files.push_back({edit.file, edit.before.bytes, edit.after});
   }
   return files;
@@ -172,7 +172,7 @@ std::vector<std::string> ToolsOf(const WiringChange& change) {
   std::vector<std::string> tools;
   if (change.IsEmpty()) return tools;
   for (const Map& map : change.maps) tools.push_back(BuildCommand(map));
-  tools.push_back(PostfixCommand("reload"));
+  if (IsPostfixRunning()) tools.push_back(PostfixCommand("reload"));
   return tools;
 }
 

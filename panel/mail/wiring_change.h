@@ -27,6 +27,7 @@ namespace panel::mail {
 
 /// What has to be done.
 struct WiringChange {
+  conf::FileContents main_cf;           ///< as it was when the change was planned
   std::vector<Assignment> assignments;  ///< parameters of main.cf
   bool writes_client_rule = false;
   std::filesystem::path client_rule;
@@ -40,7 +41,8 @@ WiringChange ChangeOf(const Wiring& wiring);
 /// What was done.
 struct WiringResult {
   std::filesystem::path copy;  ///< of main.cf as it was; empty when that was not changed
-  bool is_reloaded = false;    ///< false when Postfix does not run
+  std::filesystem::path copy_of_client_rule;  ///< the same of that file; empty also when it is new
+  bool is_reloaded = false;                   ///< false when Postfix does not run
 };
 
 WiringResult Apply(const WiringChange& change);

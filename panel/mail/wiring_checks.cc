@@ -111,8 +111,8 @@ Findings CheckWiring() {
   try {
     const Wiring wiring = PlanWiring();
     for (const auto check : {CheckSettings, CheckOtherClientRules, CheckHostNames, CheckRelaying,
-                             CheckOrderOfRestrictions, CheckOverrides, CheckTypes, CheckOtherMaps,
-                             CheckDomainLists, CheckMailboxEnds}) {
+                             CheckOrderOfRestrictions, CheckSubdomains, CheckOverrides, CheckTypes,
+                             CheckOtherMaps, CheckDomainLists, CheckMailboxEnds}) {
       const Findings found = check(wiring);
       findings.insert(findings.end(), found.begin(), found.end());
     }

@@ -61,7 +61,13 @@ bool CanBeOfHost(const std::string& address) {
     return number != INADDR_ANY && number != INADDR_BROADCAST && !IN_MULTICAST(number);
   }
   return inet_pton(AF_INET6, address.c_str(), &ip6) == 1 && !IN6_IS_ADDR_UNSPECIFIED(&ip6) &&
-         !IN6_IS_ADDR_MULTICAST(&ip6);
+         !IN6_IS_ADDR_MULTICAST(&ip6) && !IN6_IS_ADDR_LINKLOCAL(&ip6);
+}
+
+std::string WithoutGuise(const std::string& address) {
+  const std::string guise = "::ffff:";
+  const bool is_in_guise = address.starts_with(guise) && address.find('.') != std::string::npos;
+  return is_in_guise ? address.substr(guise.size()) : address;
 }
 
 }  // namespace panel

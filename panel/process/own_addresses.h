@@ -13,8 +13,12 @@ namespace panel {
 /// when the system does not tell.
 bool IsOwnAddress(const std::string& address);
 
-/// Whether `address`, in its normal form, can be that of one machine: not that of all, of a group
-/// or of none.
+/// Whether `address`, in its normal form, can be that of one machine by itself: not that of all, of
+/// a group or of none, nor one that means something on a single link only.
 bool CanBeOfHost(const std::string& address);
+
+/// An IPv4 address in the guise of an IPv6 one ("::ffff:192.0.2.1", RFC 4291, 2.5.5.2) as it is;
+/// any other in its normal form unchanged.
+std::string WithoutGuise(const std::string& address);
 
 }  // namespace panel

@@ -266,17 +266,18 @@ TEST(MailPanel, MakesUpForWorkOfTablesThatThisProcessHasNotUsedYet) {
 TEST(MailPanel, WarnsOfWorkThatNoTableKnows) {
   const TestPanel panel;
   panel.SetText("aliases", kDeliveryAliases);
-  panel::conf::NotePendingWork({"gone", panel.Table("virtusertable")});
+  panel::conf::NotePendingWork({"gone", "/etc/mail/gone"});
   std::vector<std::string> warnings;
 
   Panel(panel.config(), {{}, [&warnings](const std::string& text) { warnings.push_back(text); }})
       .Change([] { MailModule().CreateDomain("a.example", {}); });
 
   EXPECT_THAT(Names(panel), ElementsAre("a.example"));
-  EXPECT_THAT(warnings, ElementsAre("outstanding: " + panel.Table("virtusertable").string() +
-                                    " was saved, but the tool of gone has not succeeded since\n"
-                                    "mend the cause, then run: zebmail --config " +
-                                    panel.config().file.string() + " check --fix\n"));
+  EXPECT_THAT(warnings,
+              ElementsAre("outstanding: /etc/mail/gone was saved, but the tool of gone has not "
+                          "succeeded since\n"
+                          "mend the cause, then run: zebmail --config " +
+                          panel.config().file.string() + " check --fix\n"));
 }
 
 TEST(MailPanel, RefusesASecondConfigurationInOneProcess) {

@@ -314,6 +314,57 @@ TEST(BindingCheck, FindsMapLineOfABoundDomainThatLeadsNowhere) {
   EXPECT_TRUE(panel.IsWell());
 }
 
+TEST(BindingCheck, FindsServiceOfADomainThatSomebodyHasWrittenInAnotherForm) {
+  const BindingPanel panel;
+  panel.Do({"domain", "create", "shop.example"});
+  panel.SetMasterCf(kStandard +
+                    "smtp_shop_example unix - - n - - smtp -o smtp_bind_address=127.0.0.10\n");
+
+  EXPECT_EQ(panel.Findings(),
+            panel.master() +
+                ":2 has the service smtp_shop_example in another form than the panel gives it: the "
+                "name, a tab, and all the rest in one line; the panel cannot change from where the "
+                "domain's mail leaves; mend: delete it, and the line of " +
+                panel.map() +
+                " that leads to smtp_shop_example, then update the domain with --ip\n");
+
+  panel.SetMasterCf(kStandard);
+  EXPECT_TRUE(panel.IsWell());
+}
+
+TEST(BindingCheck, FindsMapLinesThatPostfixCannotUse) {
+  const BindingPanel panel;
+  panel.SetTable("domainips", "# transports\nbare words\n\n/@open(\\.example$/\tsmtp:\n");
+
+  EXPECT_EQ(panel.Findings(),
+            panel.map() +
+                ":2 is not well-formed; Postfix says: ignoring unrecognized request; the domain "
+                "that it is about may send from another address; mend: mend the line, or delete "
+                "it\n" +
+                panel.map() +
+                ":4 is not well-formed; Postfix says: Unmatched ( or \\(; the domain that it is "
+                "about may send from another address; mend: mend the line, or delete it\n");
+}
+
+TEST(Binding, TakesAnIp4AddressInTheGuiseOfAnIp6OneForWhatItIs) {
+  const BindingPanel panel;
+
+  panel.Do({"domain", "create", "shop.example", "--ip", "::ffff:127.0.0.10"});
+
+  EXPECT_EQ(panel.MasterCf(), kStandard + kService);
+  EXPECT_EQ(panel.Table("domainips"), kMapLine);
+}
+
+TEST(Binding, IsRefusedToAnAddressOfASingleLink) {
+  const BindingPanel panel;
+
+  const CommandRun run = panel.Run({"domain", "create", "shop.example", "--ip", "fe80::1"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zebmail: value: ip: \"fe80::1\" cannot be the address of a single machine\n");
+}
+
 TEST(BindingCheck, FindsDomainThatIsNotBound) {
   const BindingPanel panel;
   panel.Do({"domain", "create", "shop.example", "--ip", "127.0.0.10"});

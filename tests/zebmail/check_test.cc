@@ -110,6 +110,30 @@ TEST(Check, FindsTablesThatOthersCanWrite) {
   EXPECT_EQ(panel.Run({"check", "--fix"}).status, 0);
 }
 
+TEST(Check, FindsFoldersOfTablesThatOthersCanWrite) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  const std::string tables = panel.Path("panel/mail");
+  const auto report = [](const std::string& folder) {
+    return folder +
+           " can be written by others than root; who writes it decides where mail goes and what "
+           "Postfix runs; mend: chown root " +
+           folder + " && chmod go-w " + folder + "\n";
+  };
+  const fs::perms everybody = fs::perms::others_write;
+
+  fs::permissions(tables, everybody, fs::perm_options::add);
+  EXPECT_EQ(panel.Run({"check"}).output, report(tables));
+  fs::permissions(tables, fs::perms::sticky_bit, fs::perm_options::add);
+  EXPECT_EQ(panel.Run({"check"}).output, report(tables));
+  fs::permissions(tables, everybody | fs::perms::sticky_bit, fs::perm_options::remove);
+
+  fs::permissions(panel.Path("panel"), everybody, fs::perm_options::add);
+  EXPECT_EQ(panel.Run({"check"}).output, report(panel.Path("panel")));
+  fs::permissions(panel.Path("panel"), fs::perms::sticky_bit, fs::perm_options::add);
+  EXPECT_EQ(panel.Run({"check"}).output, "nothing is wrong\n");
+}
+
 TEST(Check, IsNotDisturbedByWarningsOfPostconf) {
   const OwnPanel panel;
   panel.SetMainCf(panel.MainCf() + "foo = 1\nmyhostname = mail.test\n");

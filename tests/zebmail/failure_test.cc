@@ -5,9 +5,12 @@
 #include <filesystem>
 #include <string>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
+#include "panel/process/file_handle.h"
 #include "tests/zebmail/own_panel.h"
 
 namespace zebmail_test {
@@ -33,14 +36,34 @@ class FailingPostmap : public testing::Test {
 
   std::string FixCommand() const { return "zebmail --config " + panel_.config() + " check --fix"; }
 
-  std::string Outstanding(const std::string& table, const std::string& name) const {
-    return "outstanding: " + panel_.Path("panel/mail/" + table) + " was saved, but the tool of " +
-           name + " has not succeeded since\n";
+  /// What is said of a table whose map could not be built.
+  std::string Outstanding(const std::string& table) const {
+    const std::string path = panel_.Path("panel/mail/" + table);
+    return "outstanding: " + path + " was saved, but " + postmap_.path() + " " + path +
+           " has not succeeded since\n";
   }
 
   OwnPanel panel_;
   RecordingTool postmap_;
   RecordingTool postconf_;
+};
+
+/// The folder that a Postfix has for its queue, whose lock tells whether it runs.
+class QueueFolder {
+ public:
+  explicit QueueFolder(const OwnPanel& panel) : pid_file_(panel.Path("queue/pid/master.pid")) {
+    std::filesystem::create_directories(pid_file_.parent_path());
+  }
+
+  /// Holds the lock as a running Postfix does.
+  void Lock() {
+    lock_ = panel::FileHandle(open(pid_file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    ASSERT_EQ(flock(lock_.get(), LOCK_EX | LOCK_NB), 0);
+  }
+
+ private:
+  std::filesystem::path pid_file_;
+  panel::FileHandle lock_;
 };
 
 TEST_F(FailingPostmap, IsReportedWithItsOutputAndWhatIsOutstanding) {
@@ -53,7 +76,7 @@ TEST_F(FailingPostmap, IsReportedWithItsOutputAndWhatIsOutstanding) {
             "fatal: no space left\n"
             "second line\n"
             "the database and the table files hold the change\n" +
-                Outstanding("virtusertable", "email::VirtualUserTable") +
+                Outstanding("virtusertable") +
                 "the next change makes up for it, and so does: " + FixCommand() + "\n");
 }
 
@@ -123,7 +146,7 @@ TEST_F(FailingPostmap, IsWarnedOfByAChangeThatDoesNotNeedIt) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.output, "example.org: updated\n");
   EXPECT_EQ(run.errors, "zebmail: outstanding work failed again: email: postmap: still no space\n" +
-                            Outstanding("virtusertable", "email::VirtualUserTable") +
+                            Outstanding("virtusertable") +
                             "mend the cause, then run: " + FixCommand() + "\n");
 }
 
@@ -146,7 +169,7 @@ TEST_F(FailingPostmap, IsStillReportedByCheckFixThatCannotHelp) {
   const CommandRun run = panel_.Run({"check", "--fix"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.output, HasSubstr(Virtusertable() + " was saved, but the tool of "));
+  EXPECT_THAT(run.output, HasSubstr(Virtusertable() + " was saved, but " + postmap_.path()));
   EXPECT_THAT(run.errors, HasSubstr("fatal: no space left\nsecond line\n"));
   EXPECT_THAT(run.output, Not(HasSubstr("mended")));
 }
@@ -158,8 +181,8 @@ TEST_F(FailingPostmap, IsShownByADryRunThatDoesNotMakeUpForIt) {
   const CommandRun run = panel_.Run({"--dry-run", "domain", "suspend", "example.org"});
 
   EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.errors, "zebmail: " + Outstanding("virtusertable", "email::VirtualUserTable") +
-                            "the change would make up for it first\n");
+  EXPECT_EQ(run.errors,
+            "zebmail: " + Outstanding("virtusertable") + "the change would make up for it first\n");
   EXPECT_EQ(Snapshot(panel_.folder().path()), before);
 }
 
@@ -184,6 +207,40 @@ TEST(FailingReload, WithoutConfiguredCommandNamesThePath) {
   EXPECT_THAT(run.errors, HasSubstr("\"postfix-bin\""));
   EXPECT_THAT(run.errors, HasSubstr(panel.config()));
   EXPECT_EQ(panel.Table("local-host-names"), "example.org\n");
+}
+
+TEST(FailingReload, IsNoFailureWherePostfixDoesNotRun) {
+  const OwnPanel panel;
+  const QueueFolder queue(panel);
+  panel.postfix().SetStatus(1);
+
+  const CommandRun run = panel.Run({"domain", "create", "example.org"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output, "example.org: created\n");
+  EXPECT_EQ(run.errors, "zebmail: Postfix does not run; it reads the change when it starts\n");
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(FailingReload, IsReportedWherePostfixRuns) {
+  const OwnPanel panel;
+  panel.postfix().SetOutput("fatal: bad string length 0\n");
+  panel.postfix().SetStatus(1);
+  QueueFolder queue(panel);
+  queue.Lock();
+
+  const CommandRun run = panel.Run({"domain", "create", "example.org"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zebmail: email: postfix_reload: fatal: bad string length 0\n"
+            "the database and the table files hold the change\n"
+            "outstanding: " +
+                panel.Path("panel/mail/local-host-names") + " was saved, but " +
+                panel.postfix().path() +
+                " reload has not succeeded since\n"
+                "the next change makes up for it, and so does: zebmail --config " +
+                panel.config() + " check --fix\n");
 }
 
 TEST(KilledChange, IsMadeUpForByTheNextOne) {

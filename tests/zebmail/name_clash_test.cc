@@ -176,6 +176,13 @@ TEST_F(NameClash, OfMailboxWithTheOwnerOfAnother) {
                 "would send the bounces of another mailbox's forwards there");
 }
 
+TEST_F(NameClash, OfMailboxThatBeginsWithAPlusIsNone) {
+  const std::string aliases = panel_.Table("aliases");
+  panel_.SetTable("aliases", "# comment\n\n" + aliases);
+
+  panel_.Do({"mailbox", "create", "+x@example.org"});
+}
+
 TEST_F(NameClash, OfMailboxBeforeAPlusWithEntryOfTheAliases) {
   ExpectRefused(panel_, {"mailbox", "create", "devnull+x@example.org"},
                 "value: mailbox: \"devnull+x@example.org\" would get no mail: Postfix gives it to "

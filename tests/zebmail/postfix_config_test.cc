@@ -460,7 +460,32 @@ TEST(PostfixConfig, ShowsTheDifferenceInADryRunAndChangesNothing) {
   EXPECT_EQ(panel.Do({"--dry-run", "postfix-config"}), diff);
 
   EXPECT_EQ(panel.State(), state);
-  EXPECT_THAT(panel.postfix().Runs(), testing::IsEmpty());
+  EXPECT_THAT(panel.postfix().Runs(), testing::ElementsAre("status", "status"));
+}
+
+TEST(PostfixConfig, ShowsNoReloadInADryRunWherePostfixDoesNotRun) {
+  const UnwiredPanel panel;
+  panel.postfix().SetStatus(1);
+
+  EXPECT_THAT(panel.Do({"--dry-run", "postfix-config", "--apply"}), Not(HasSubstr(" reload\n")));
+}
+
+/// The stand-in is asked whether Postfix runs after main.cf was looked at.
+TEST(PostfixConfig, OverwritesNothingThatSomebodyElseHasWrittenMeanwhile) {
+  const UnwiredPanel panel;
+  const std::string other_hand = panel.folder().WriteText(
+      "other-hand", "#!/bin/sh\necho 'relayhost = [192.0.2.1]' >>" + panel.main_cf() + "\n");
+  test_support::SetMode(other_hand, 0755);
+  panel.Configure("postfix-bin", other_hand);
+  const std::string before = panel.MainCf();
+
+  const CommandRun run = panel.Run({"postfix-config", "--apply"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: changed: " + panel.main_cf() + "\n");
+  EXPECT_EQ(panel.MainCf(), before + "relayhost = [192.0.2.1]\n");
+  EXPECT_FALSE(fs::exists(panel.Rule()));
+  EXPECT_FALSE(fs::exists(panel.main_cf() + ".zebmail-1"));
 }
 
 TEST(PostfixConfig, ShowsADryRunAsJson) {
@@ -544,7 +569,8 @@ TEST(PostfixConfig, ReplacesAnotherRuleAndKeepsIt) {
   panel.Apply();
   panel.folder().WriteText("panel/mail/client-address.regexp", "/^10\\./ connect:$1\n");
 
-  EXPECT_EQ(panel.Apply(), "wrote " + panel.Rule() + "\nreloaded Postfix\n");
+  EXPECT_EQ(panel.Apply(), "kept " + panel.Rule() + " as it was in " + panel.Rule() +
+                               ".zebmail-1\nwrote " + panel.Rule() + "\nreloaded Postfix\n");
 
   EXPECT_EQ(test_support::ReadText(panel.Rule()), "/^(.*)$/ connect:$1\n");
   EXPECT_EQ(test_support::ReadText(panel.Rule() + ".zebmail-1"), "/^10\\./ connect:$1\n");

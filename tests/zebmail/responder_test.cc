@@ -416,8 +416,9 @@ TEST_F(FailingPostalias, LeavesResponderOnInTablesDatabaseAndFolder) {
             "zebmail: email: postalias: fatal: no space left\n"
             "the database and the table files hold the change\n"
             "outstanding: " +
+                panel_.Path("panel/mail/aliases") + " was saved, but " + postalias_.path() + " " +
                 panel_.Path("panel/mail/aliases") +
-                " was saved, but the tool of email::AliasTable has not succeeded since\n"
+                " has not succeeded since\n"
                 "the next change makes up for it, and so does: zebmail --config " +
                 panel_.config() + " check --fix\n");
   EXPECT_THAT(panel_.Table("aliases"), HasSubstr("info+example.org:\t" + panel_.AnswerOf(1)));

@@ -64,7 +64,7 @@ TEST(SenderListAdd, KeepsAnIp6AddressInTheFormInWhichPostfixLooksItUp) {
   EXPECT_EQ(panel.Table("access"), "connect:2001:db8::7\tREJECT\nconnect:::1\tREJECT\n");
   EXPECT_EQ(panel.Do({"blacklist", "list"}), "2001:db8::7\n::1\n");
   EXPECT_EQ(panel.Do({"blacklist", "remove", "2001:0db8::0007"}),
-            "blacklist: removed 2001:0db8::0007\n");
+            "blacklist: removed 2001:db8::7\n");
   EXPECT_EQ(panel.Table("access"), "connect:::1\tREJECT\n");
 }
 
@@ -83,7 +83,7 @@ TEST(SenderListAdd, KeepsUnicodeDomainsInAsciiAndShowsThemInUnicode) {
   const OwnPanel panel;
 
   EXPECT_EQ(panel.Do({"blacklist", "add", "bücher.example", "Info@bücher.example"}),
-            "blacklist: added bücher.example, Info@bücher.example\n");
+            "blacklist: added bücher.example, info@bücher.example\n");
 
   EXPECT_EQ(panel.Table("access"),
             "xn--bcher-kva.example\tREJECT\ninfo@xn--bcher-kva.example\tREJECT\n");
@@ -367,6 +367,19 @@ TEST(SenderListRefuses, WhatIsSuspended) {
                  {{"whitelist", "remove", "off@example.org"}, mailbox}});
 }
 
+TEST(SenderListAdd, WarnsOfBlacklistingWhatIsTheRecipientOfMailToo) {
+  const MailboxPanel panel;
+
+  const CommandRun run = panel.Run(
+      {"blacklist", "add", "example.org", "Info@example.org", "example.net", "192.0.2.7"});
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.errors,
+            "zebmail: mail to example.org is refused as well\n"
+            "zebmail: mail to Info@example.org is refused as well\n");
+  EXPECT_EQ(panel.Run({"whitelist", "add", "example.org"}).errors, "");
+}
+
 TEST(ListedDomain, IsRefusedWhileItIsSuspendedAndListedAgainOnceItIsResumed) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org"});
@@ -387,7 +400,7 @@ TEST(ListedDomain, IsRefusedWhileItIsSuspendedAndListedAgainOnceItIsResumed) {
 TEST(ListedDomain, IsListedAfterAnUpdateToo) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "bücher.example"});
-  panel.Do({"blacklist", "add", "bücher.example"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "bücher.example"}).status, 0);
 
   panel.Do({"domain", "update", "bücher.example", "--default-action", "ignore"});
 
@@ -398,7 +411,7 @@ TEST(ListedDomain, IsListedAfterAnUpdateToo) {
 TEST(ListedDomain, IsListedAfterItIsDeletedAndMadeAgain) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org"});
-  panel.Do({"blacklist", "add", "example.org"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "example.org"}).status, 0);
   panel.Do({"domain", "suspend", "example.org"});
 
   panel.Do({"domain", "delete", "example.org"});
@@ -411,7 +424,7 @@ TEST(ListedDomain, IsListedAfterItIsDeletedAndMadeAgain) {
 
 TEST(ListedMailbox, IsRefusedWhileItIsSuspendedAndListedAgainOnceItIsResumed) {
   const MailboxPanel panel;
-  panel.Do({"blacklist", "add", "Info@example.org"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "Info@example.org"}).status, 0);
 
   panel.Do({"mailbox", "suspend", "info@example.org"});
   EXPECT_EQ(panel.Table("access"), "info@example.org\t550 Account disabled\n");
@@ -442,7 +455,7 @@ TEST(ListedMailbox, IsListedAfterAnyOtherChange) {
 TEST(ListedMailbox, IsListedAfterItIsDeletedAloneOrWithItsDomain) {
   const MailboxPanel panel;
   panel.Do({"mailbox", "create", "sales@example.org"});
-  panel.Do({"blacklist", "add", "info@example.org", "example.org"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "info@example.org", "example.org"}).status, 0);
   panel.Do({"whitelist", "add", "sales@example.org"});
 
   panel.Do({"mailbox", "delete", "info@example.org"});
@@ -454,6 +467,39 @@ TEST(ListedMailbox, IsListedAfterItIsDeletedAloneOrWithItsDomain) {
   EXPECT_EQ(panel.Lookup("access", "example.org"), "REJECT");
   EXPECT_EQ(Lists(panel),
             "-- whitelist\nsales@example.org\n-- blacklist\nexample.org\ninfo@example.org\n");
+}
+
+/// Postfix looks the address with its extension up before the one without.
+TEST(ListedExtension, GivesWayWhileItsMailboxIsSuspended) {
+  const MailboxPanel panel;
+  panel.Do({"mailbox", "create", "sales@example.org"});
+  panel.Do({"whitelist", "add", "info+news@example.org", "sales+x@example.org"});
+
+  panel.Do({"mailbox", "suspend", "info@example.org"});
+  EXPECT_EQ(panel.Table("access"),
+            "sales+x@example.org\tOK\ninfo@example.org\t550 Account disabled\n");
+  EXPECT_EQ(panel.Do({"whitelist", "list"}), "info+news@example.org\nsales+x@example.org\n");
+  EXPECT_EQ(panel.Run({"whitelist", "add", "info+other@example.org"}).errors,
+            "zebmail: suspended: mailbox: info@example.org cannot be listed otherwise while it is "
+            "suspended; resume it first\n");
+
+  panel.Do({"mailbox", "resume", "info@example.org"});
+  EXPECT_EQ(panel.Table("access"), "sales+x@example.org\tOK\ninfo+news@example.org\tOK\n");
+
+  panel.Do({"mailbox", "suspend", "info@example.org"});
+  panel.Do({"mailbox", "delete", "info@example.org"});
+  EXPECT_EQ(panel.Table("access"), "sales+x@example.org\tOK\ninfo+news@example.org\tOK\n");
+}
+
+/// A mailbox may have a "+" in its own name.
+TEST(ListedExtension, IsAMailboxOfItsOwnWhereThereIsOne) {
+  const MailboxPanel panel;
+  panel.Do({"mailbox", "create", "info+news@example.org"});
+  panel.Do({"mailbox", "suspend", "info@example.org"});
+
+  panel.Do({"whitelist", "add", "info+news@example.org"});
+
+  EXPECT_EQ(panel.Lookup("access", "info+news@example.org"), "OK");
 }
 
 }  // namespace

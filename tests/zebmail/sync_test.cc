@@ -583,7 +583,7 @@ TEST(SyncLists, KeepWhatGivesWayToASuspension) {
   panel.Do({"domain", "create", "b.example"});
   panel.Do({"mailbox", "create", "info@b.example"});
   panel.Do({"whitelist", "add", "friend@a.example", "info@b.example"});
-  panel.Do({"blacklist", "add", "a.example"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "a.example"}).status, 0);
   panel.Do({"domain", "suspend", "a.example"});
   panel.Do({"mailbox", "suspend", "info@b.example"});
   panel.TouchTable();
@@ -601,7 +601,7 @@ TEST(SyncLists, KeepWhatGivesWayToASuspension) {
 TEST(SyncLists, KeepTheVerdictOnADomainOfThePanel) {
   const HandKeptPanel panel;
   panel.Do({"domain", "create", "a.example"});
-  panel.Do({"blacklist", "add", "a.example"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "a.example"}).status, 0);
   panel.TouchTable();
 
   EXPECT_EQ(panel.Do({"sync"}), NothingNew());
@@ -612,7 +612,7 @@ TEST(SyncLists, KeepTheVerdictOnADomainOfThePanel) {
 TEST(SyncLists, ForgetTheVerdictOnADomainOfThePanelThatWasTakenOutByHand) {
   const HandKeptPanel panel;
   panel.Do({"domain", "create", "a.example"});
-  panel.Do({"blacklist", "add", "a.example"});
+  EXPECT_EQ(panel.Run({"blacklist", "add", "a.example"}).status, 0);
   panel.SetTable("access", "# by hand\n");
   panel.TouchTable();
 

@@ -106,6 +106,121 @@ TEST(TableCheck, NamesLinesThatPostfixSkips) {
                                   "line, or delete it\n"));
 }
 
+TEST(TableCheck, NamesKeysOfThePanelInCapitalLettersOrQuotes) {
+  const EditedPanel panel;
+  panel.Do({"webdomain", "add", "web.example", "--owner", "1"});
+  panel.SetTable("virtusertable",
+                 "# by hand\nX@Other.example x@c.example\n" + panel.Table("virtusertable") +
+                     "\"new one\"@a.example info@a.example\n@Web.Example devnull\n");
+  const std::string words =
+      " has its key in capital letters or quotes; the panel, which writes neither, does not find "
+      "the "
+      "line to change it; mend: write the key plainly, then sync\n";
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_THAT(findings, HasSubstr("MAIL/virtusertable:6" + words));
+  EXPECT_THAT(findings, HasSubstr("MAIL/virtusertable:7" + words));
+  EXPECT_THAT(findings, Not(HasSubstr("MAIL/virtusertable:2")));
+}
+
+TEST(TableCheck, NamesTargetsOfWhichThePanelDoesNotKnow) {
+  const EditedPanel panel;
+  panel.Do({"domain", "create", "b.example"});
+  panel.Do({"mailbox", "create", "shop@b.example"});
+  panel.SetTable("virtusertable",
+                 "@a.example\tpostfix_err_nouser\n"
+                 "info@a.example\tinfo@a.example info+a.example, second@c.example\n"
+                 "sales@a.example\tinfo@a.example\n"
+                 "@b.example\tx@c.example, y@c.example\n"
+                 "shop@b.example\tother@c.example,bare\n"
+                 "x@elsewhere.example\ta@c.example,b@c.example\n");
+  const std::string zebmail = "zebmail --config " + panel.config() + " ";
+
+  EXPECT_EQ(
+      panel.Findings(),
+      "MAIL/virtusertable:2 leads info@a.example to second@c.example, of which the panel does "
+      "not know; that holds until the panel writes the line anew; mend: " +
+          zebmail + "forward add info@a.example second@c.example && " + zebmail +
+          "mailbox update info@a.example --drop-mail off\n"
+          "MAIL/virtusertable:4 leads @b.example to x@c.example, y@c.example, which is no "
+          "default action of the panel; that holds until the panel writes the line anew; "
+          "mend: write one address, one @DOMAIN, postfix_err_nouser or devnull there, then "
+          "run: " +
+          zebmail +
+          "sync\n"
+          "MAIL/virtusertable:5 leads shop@b.example to other@c.example, bare, of which the "
+          "panel does not know; that holds until the panel writes the line anew; mend: " +
+          zebmail + "forward add shop@b.example other@c.example && " + zebmail +
+          "mailbox update shop@b.example --drop-mail on\n");
+}
+
+TEST(TableCheck, GivesCommandsThatMakeForwardsOfThoseTargets) {
+  const EditedPanel panel;
+  panel.SetTable("virtusertable",
+                 "@a.example\tpostfix_err_nouser\n"
+                 "info@a.example\tsecond@c.example info+a.example\n"
+                 "sales@a.example\tinfo@a.example\n");
+  const std::string findings = panel.Findings();
+  const std::string mark = "; mend: ";
+
+  const CommandRun mended = CarryOut(findings.substr(findings.find(mark) + mark.size()));
+
+  EXPECT_EQ(mended.status, 0) << mended.errors;
+  EXPECT_EQ(panel.Table("virtusertable"),
+            "@a.example\tpostfix_err_nouser\n"
+            "info@a.example\tdevnull info+a.example\n"
+            "sales@a.example\tinfo@a.example\n");
+  EXPECT_THAT(panel.Table("aliases"),
+              HasSubstr("info+a.example:\tboss@c.example,second@c.example\n"));
+  EXPECT_EQ(panel.Findings(), "nothing is wrong\n");
+}
+
+TEST(TableCheck, NamesHostNamesInAFormThatThePanelDoesNotFind) {
+  const EditedPanel panel;
+  panel.Do({"domain", "create", "b.example"});
+  panel.SetTable("local-host-names",
+                 "# local names\n"
+                 "a.example\n"
+                 " a.example\n"
+                 "A.example # old\n"
+                 "mail.example, b.example\n"
+                 "b.example\n"
+                 "a.example\n"
+                 "Own.example another.example # a.example\n");
+  const std::string words =
+      "; it stays there when the domain is deleted, and Postfix goes on taking its mail; mend: ";
+  const std::string form = " in another form than the panel gives it" + words +
+                           "write the name alone, in lower case, without anything else in the "
+                           "line\n";
+
+  EXPECT_EQ(panel.Findings(),
+            "MAIL/local-host-names:3 has a.example" + form +
+                "MAIL/local-host-names:4 has a.example" + form +
+                "MAIL/local-host-names:5 has b.example" + form +
+                "MAIL/local-host-names:7 has a.example, which line 2 has already" + words +
+                "delete the line\n");
+}
+
+TEST(TableCheck, NamesLinesThatLetMailThroughForWhatIsSuspended) {
+  const EditedPanel panel;
+  panel.Do({"domain", "create", "b.example"});
+  panel.Do({"mailbox", "suspend", "info@a.example"});
+  panel.Do({"domain", "suspend", "b.example"});
+  panel.Append("access",
+               "info+x@a.example\tpermit_inet_interfaces\n"
+               "other@a.example\t554 no\n"
+               "shop@b.example\tDUNNO\n"
+               "boss@b.example\t550 no\n");
+  const std::string words =
+      ", which is suspended; Postfix looks this line up before the one of the suspension; mend: "
+      "delete the line\n";
+
+  EXPECT_EQ(panel.Findings(),
+            "MAIL/access:4 lets mail through for the mailbox info@a.example" + words +
+                "MAIL/access:6 lets mail through for the domain b.example" + words);
+}
+
 TEST(TableCheck, NamesTwentyLinesAndCountsTheOthers) {
   const EditedPanel panel;
   std::string lines;

@@ -483,6 +483,22 @@ TEST(WiringCheck, LooksForTheEndOfEachMailbox) {
   EXPECT_EQ(panel.Check(), kWell);
 }
 
+TEST(WiringCheck, NamesTheParameterOfATransportMapThatIsMissing) {
+  const WiredPanel panel;
+  panel.Set("mailbox_transport", "");
+  panel.Set("transport_maps", "hash:/nonexistent/transport");
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_THAT(
+      findings,
+      StartsWith("transport_maps has hash:/nonexistent/transport, which cannot be opened: "
+                 "/nonexistent/transport.db: No such file or directory; mail that it may be "
+                 "about waits until it can; mend: mend the map, or take it out of "
+                 "transport_maps\n"));
+  EXPECT_THAT(findings, HasSubstr("info@example.org has neither a Unix user"));
+}
+
 /// A program for mailboxes runs in a Unix user's name, so it is none for those that have none.
 TEST(WiringCheck, TakesNoCommandForAnEndWithoutAUnixUser) {
   const WiredPanel panel;
@@ -523,6 +539,27 @@ TEST(WiringCheck, NamesTwentyMailboxesAndCountsTheOthers) {
 
   EXPECT_EQ(std::count(findings.begin(), findings.end(), '\n'), 21);
   EXPECT_THAT(findings, HasSubstr("\nand 5 more are like these; its mail bounces; mend: "));
+}
+
+TEST(WiringCheck, FindsWhereASuspensionWouldHitTheDomainsBelow) {
+  const WiredPanel panel;
+  panel.Do({"domain", "create", "shop.example.org"});
+  panel.Do({"domain", "create", "shopexample.org"});
+
+  const std::string findings = panel.Findings();
+
+  EXPECT_EQ(
+      findings,
+      "parent_domain_matches_subdomains has smtpd_access_maps, and the panel has "
+      "shop.example.org below other domains of its own; when the domain above is suspended or "
+      "listed, so are these; mend: " +
+          panel.Postconf("parent_domain_matches_subdomains",
+                         "debug_peer_list, fast_flush_domains, mynetworks, "
+                         "permit_mx_backup_networks, "
+                         "qmqpd_authorized_clients, relay_domains") +
+          "\n");
+  panel.Mend(findings.substr(findings.find("; mend: ") + 8));
+  EXPECT_EQ(panel.Check(), kWell);
 }
 
 TEST(WiringCheck, IsNamedInJson) {

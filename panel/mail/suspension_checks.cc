@@ -1,0 +1,68 @@
+/// NAME
+///   suspension_checks - whether the access table refuses the mail of all that is suspended
+
+#include "panel/mail/suspension_checks.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "host/fen_err.h"
+#include "panel/mail/listed_senders.h"
+#include "panel/mail/names.h"
+#include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
+
+namespace panel::mail {
+namespace {
+
+constexpr std::size_t kMost = 20;
+
+/// Whether the verdict ends the search without a refusal (access(5)).
+bool LetsThrough(const std::string& verdict) {
+  const std::string word = LowerCase(verdict.substr(0, verdict.find_first_of(" \t")));
+  const bool is_number = word.find_first_not_of("0123456789") == std::string::npos;
+  const bool is_reply = word.size() == 3 && (word[0] == '4' || word[0] == '5');
+  return word == "ok" || word == "dunno" || word.starts_with("permit") || (is_number && !is_reply);
+}
+
+/// The lines that let mail for something suspended through, by their numbers.
+std::vector<std::pair<std::size_t, Suspended>> OpenLines(TextTable& access) {
+  std::vector<std::pair<std::size_t, Suspended>> lines;
+  access.ForEach([&](const std::string& key, const std::string& verdict) {
+    if (key.find('@') == std::string::npos || !LetsThrough(verdict)) return;
+    if (auto suspended = FindSuspension(key)) {
+      lines.emplace_back(access.Find(key)->line, std::move(*suspended));
+    }
+  });
+  std::sort(lines.begin(), lines.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
+  return lines;
+}
+
+}  // namespace
+
+/// That the table cannot be read is another check's to say.
+Findings CheckSuspensions() {
+  TextTable access(TablePath("accessdb"), Format::kPostmap);
+  std::vector<std::pair<std::size_t, Suspended>> lines;
+  try {
+    lines = OpenLines(access);
+  } catch (const fen_err::Error& error) {
+    if (error.type() != "file") throw;
+  }
+  if (lines.size() > kMost) lines.resize(kMost);
+  Findings findings;
+  for (const auto& [line, suspended] : lines) {
+    findings.push_back({"table",
+                        access.path() + ":" + std::to_string(line),
+                        "lets mail through for the " + suspended.what + " " +
+                            InUnicode(suspended.name) + ", which is suspended",
+                        "Postfix looks this line up before the one of the suspension",
+                        "delete the line",
+                        {}});
+  }
+  return findings;
+}
+
+}  // namespace panel::mail

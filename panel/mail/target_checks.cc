@@ -1,0 +1,157 @@
+/// NAME
+///   target_checks - whether mail goes where the panel knows of
+
+#include "panel/mail/target_checks.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/fen_err.h"
+#include "host/test.h"
+#include "panel/mail/advice.h"
+#include "panel/mail/listing.h"
+#include "panel/mail/mail_rows.h"
+#include "panel/mail/names.h"
+#include "panel/mail/own_entries.h"
+#include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
+#include "panel/mail/value_list.h"
+
+namespace panel::mail {
+namespace {
+
+constexpr std::size_t kMost = 20;
+
+/// A line of a domain or a mailbox of the panel, as Postfix reads it.
+struct Line {
+  std::string key;
+  std::string local;  ///< empty for the line of a domain
+  std::string domain;
+  std::vector<std::string> targets;
+};
+
+bool IsOwnEntry(const std::string& target) {
+  return target == kBounceEntry || target == kDiscardEntry;
+}
+
+/// Whether the target is what the panel writes for the mailbox.
+bool IsOwnTarget(const Line& line, const std::string& target) {
+  return LowerCase(target) == line.key || LowerCase(target) == line.local + "+" + line.domain ||
+         IsOwnEntry(target);
+}
+
+/// An alias leads to one name of its domain that has a line itself.
+bool IsAlias(const Line& line, TextTable& table) {
+  if (line.targets.size() != 1) return false;
+  const std::string& target = line.targets.front();
+  return LowerCase(target).ends_with("@" + line.domain) && table.Find(target).has_value();
+}
+
+bool IsDefaultAction(const std::vector<std::string>& targets) {
+  if (targets.size() != 1) return false;
+  const std::string& target = targets.front();
+  return IsOwnEntry(target) || target.find('@') != std::string::npos;
+}
+
+std::vector<std::string> StrangeTargets(const Line& line, TextTable& table) {
+  if (line.local.empty()) {
+    return IsDefaultAction(line.targets) ? std::vector<std::string>() : line.targets;
+  }
+  std::vector<std::string> strange;
+  std::copy_if(line.targets.begin(), line.targets.end(), std::back_inserter(strange),
+               [&line](const std::string& target) { return !IsOwnTarget(line, target); });
+  if (!strange.empty() && IsAlias(line, table)) strange.clear();
+  return strange;
+}
+
+/// The lines of the panel's domains that lead to more than the panel knows of. A name in quotes is
+/// another check's to tell of.
+std::vector<std::pair<Line, std::vector<std::string>>> StrangeLines(TextTable& table) {
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
+  const std::set<std::string> domains(names.begin(), names.end());
+  std::vector<std::pair<Line, std::vector<std::string>>> lines;
+  table.ForEach([&](const std::string& key, const std::string& value) {
+    const std::size_t at = key.rfind('@');
+    if (at == std::string::npos || !domains.contains(key.substr(at + 1))) return;
+    if (at != 0 && !test::Const<test::Email>(key)) return;
+    const Line line{key, key.substr(0, at), key.substr(at + 1), SplitList(value)};
+    std::vector<std::string> strange = StrangeTargets(line, table);
+    if (!strange.empty()) lines.emplace_back(line, std::move(strange));
+  });
+  return lines;
+}
+
+std::string MendDomain() {
+  return std::string("write one address, one @DOMAIN, ") + kBounceEntry + " or " + kDiscardEntry +
+         " there, then run: " + Command("sync");
+}
+
+/// An update of the mailbox writes its line anew.
+std::string MendMailbox(const Line& line, const std::vector<std::string>& strange) {
+  const bool is_kept = std::any_of(line.targets.begin(), line.targets.end(),
+                                   [&](const auto& one) { return LowerCase(one) == line.key; });
+  std::vector<std::string> forwards;
+  std::copy_if(strange.begin(), strange.end(), std::back_inserter(forwards),
+               [](const std::string& target) { return test::Const<test::Email>(target); });
+  std::string mend =
+      Command("mailbox update " + ShellWord(line.key) + " --drop-mail " + (is_kept ? "off" : "on"));
+  if (!forwards.empty()) {
+    mend =
+        Command("forward add " + ShellWord(line.key) + " " + ShellWords(forwards)) + " && " + mend;
+  }
+  return mend;
+}
+
+Finding AsFinding(const Line& line, const std::vector<std::string>& strange, TextTable& table) {
+  const std::string where = table.path() + ":" + std::to_string(table.Find(line.key)->line);
+  const std::string leads = "leads " + line.key + " to " + Listing(strange);
+  if (line.local.empty()) {
+    return {"table",
+            where,
+            leads + ", which is no default action of the panel",
+            "that holds until the panel writes the line anew",
+            MendDomain(),
+            {}};
+  }
+  return {"table",
+          where,
+          leads + ", of which the panel does not know",
+          "that holds until the panel writes the line anew",
+          MendMailbox(line, strange),
+          {}};
+}
+
+}  // namespace
+
+/// That the table cannot be read is another check's to say.
+Findings CheckTargets() {
+  TextTable table(TablePath("virtusertable"), Format::kPostmap);
+  std::vector<std::pair<Line, std::vector<std::string>>> lines;
+  try {
+    lines = StrangeLines(table);
+  } catch (const fen_err::Error& error) {
+    if (error.type() != "file") throw;
+  }
+  std::sort(lines.begin(), lines.end(), [&table](const auto& left, const auto& right) {
+    return table.Find(left.first.key)->line < table.Find(right.first.key)->line;
+  });
+  Findings findings;
+  for (const auto& [line, strange] : lines) {
+    if (findings.size() == kMost) {
+      findings.push_back({"table",
+                          table.path(),
+                          "has " + std::to_string(lines.size() - kMost) + " more lines like these",
+                          "that holds until the panel writes the line anew",
+                          "mend the lines above, then check again",
+                          {}});
+      break;
+    }
+    findings.push_back(AsFinding(line, strange, table));
+  }
+  return findings;
+}
+
+}  // namespace panel::mail

@@ -20,6 +20,8 @@
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/postfix_command.h"
+#include "panel/mail/responder_checks.h"
+#include "panel/mail/step_note.h"
 #include "panel/mail/table_path.h"
 #include "panel/mail/wake_tables.h"
 #include "panel/module/loader.h"
@@ -143,6 +145,16 @@ std::string PanelName() {
   return std::string(host.data()) + ":" + CurrentConfig().state_dir.string();
 }
 
+/// Takes the steps that an earlier change did not come to. What keeps them from being taken is for
+/// check to say.
+void MakeUpSteps() {
+  if (!AreStepsNoted()) return;
+  for (const Finding& finding : CheckResponders()) {
+    if (finding.fix) finding.fix();
+  }
+  if (CheckResponders().empty()) ForgetSteps();
+}
+
 /// Takes each step and returns how the first that failed did.
 std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
   std::optional<fen_err::Error> first;
@@ -150,7 +162,7 @@ std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
     const auto failure = FailureOf(step);
     if (!first && failure) first = *failure;
   }
-  return first;
+  return first || steps.empty() ? first : FailureOf(&ForgetSteps);
 }
 
 std::string OutstandingSteps() {
@@ -232,6 +244,10 @@ void Panel::SetUpModules() {
 /// A failure here does not keep the change from being made: it may well run the same tool again.
 void Panel::MakeUpPendingWork() {
   conf::RemoveHalfWrittenNotes();
+  if (const auto failure = FailureOf(&MakeUpSteps)) {
+    Warn(std::string("outstanding work failed again: ") + failure->what() + "\n" +
+         OutstandingSteps());
+  }
   if (conf::ListPendingWork().empty()) return;
   WakeTables(*database_);
   std::string failure;
@@ -247,6 +263,7 @@ void Panel::MakeUpPendingWork() {
 /// Files and database change together, or neither does: what a killed process leaves in between is
 /// settled by the next one. The tools come last, since they may run for long.
 void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps) {
+  if (!steps.empty()) NoteSteps();
   const std::string change =
       std::to_string(str::Random<std::uint64_t>()) + std::to_string(str::Random<std::uint64_t>());
   operation.Save(change);

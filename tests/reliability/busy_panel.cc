@@ -77,8 +77,9 @@ bool IsBookkeeping(const fs::path& path) {
   return std::find(kNames.begin(), kNames.end(), path.filename().string()) != kNames.end();
 }
 
+/// Notes of what is to be done, and files that are about to be put in place.
 bool IsOnItsWay(const fs::path& path) {
-  return path.filename().string().ends_with(".zebmail") ||
+  return path.filename().string().ends_with(".zebmail") || path.filename() == "steps" ||
          path.parent_path().filename() == "pending";
 }
 

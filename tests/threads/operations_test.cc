@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -19,6 +21,7 @@
 #include "host/fen_err.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/panel.h"
+#include "tests/support/tenant.h"
 #include "tests/support/test_panel.h"
 
 namespace {
@@ -28,6 +31,8 @@ using panel::mail::Panel;
 
 constexpr int kThreads = 8;
 constexpr int kDomains = 3;
+constexpr int kOperations = 12;
+constexpr unsigned kSeed = 20240229;
 
 std::string DomainOf(int thread, int number) {
   return "domain" + std::to_string(number) + ".thread" + std::to_string(thread) + ".example";
@@ -97,6 +102,33 @@ TEST_F(Operations, OfManyThreadsAreNeitherLostNorDoubled) {
   for (const std::string& name : expected_domains) {
     EXPECT_NE(panel.Lookup("virtusertable", "@" + name), "") << name;
   }
+}
+
+TEST_F(Operations, OfEveryKindAtOnceLeaveEachTenantWithWhatIsHis) {
+  std::vector<test_support::Tenant> tenants;
+  for (int thread = 0; thread < kThreads; ++thread) tenants.emplace_back(thread, kSeed);
+
+  InThreads([this, &tenants](int thread) {
+    test_support::Tenant& tenant = tenants[static_cast<std::size_t>(thread)];
+    for (int number = 0; number < kOperations; ++number) {
+      const std::vector<std::string> words = tenant.Next();
+      Change([&words](MailModule& mail) { test_support::Perform(mail, words); });
+    }
+  });
+
+  std::set<std::string> expected;
+  for (const test_support::Tenant& tenant : tenants) {
+    for (const auto& [address, active] : tenant.Mailboxes()) {
+      expected.insert(address + (active ? "" : ": suspended"));
+    }
+  }
+  std::set<std::string> listed;
+  const Panel opened(panel.config());
+  for (const auto& mailbox : MailModule().ListMailboxes(std::nullopt)) {
+    listed.insert(mailbox.address + (mailbox.active ? "" : ": suspended"));
+  }
+  EXPECT_FALSE(expected.empty());
+  EXPECT_EQ(listed, expected);
 }
 
 TEST_F(Operations, OnOneDomainHaveOneThatSucceedsAndOthersThatAreToldWhy) {

@@ -440,6 +440,39 @@ TEST_F(FailingPostalias, LeavesResponderOffInTablesDatabaseAndFolder) {
   EXPECT_THAT(panel_.Do({"mailbox", "show", "info@example.org"}), HasSubstr("responder: false\n"));
 }
 
+/// As a kill right behind the commit of the change does.
+TEST(ResponderFolder, ThatAKilledChangeDidNotComeToIsMadeUpForByTheNextChange) {
+  const MailboxPanel panel;
+  panel.Do({"responder", "on", "info@example.org"});
+  const auto whole = Snapshot(panel.ResponderPath(1));
+  std::filesystem::remove_all(panel.ResponderPath(1));
+  test_support::WriteText(panel.ResponderPath(77, "message"), "of a mailbox that is gone");
+  test_support::WriteText(panel.Path("panel/state/steps"), "");
+
+  panel.Do({"domain", "create", "example.net"});
+
+  EXPECT_EQ(Snapshot(panel.ResponderPath(1)), whole);
+  EXPECT_FALSE(std::filesystem::exists(panel.ResponderPath(77)));
+  EXPECT_FALSE(std::filesystem::exists(panel.Path("panel/state/steps")));
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {
+  const MailboxPanel panel;
+  const std::string note = panel.Path("panel/state/steps");
+  std::filesystem::create_directory(note);
+  const std::string tables = panel.MailboxTables();
+
+  const CommandRun run = panel.Run({"responder", "on", "info@example.org"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, testing::EndsWith("zebmail: file: " + note + ": Is a directory\n"));
+  EXPECT_EQ(panel.MailboxTables(), tables);
+  std::filesystem::remove(note);
+  panel.Do({"responder", "on", "info@example.org"});
+  EXPECT_FALSE(std::filesystem::exists(note));
+}
+
 TEST(ResponderFolder, ThatCannotBeMadeIsReportedAndMendedByCheckFix) {
   const MailboxPanel panel;
   const std::string in_the_way = panel.Path("panel/state/responder");

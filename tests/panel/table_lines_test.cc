@@ -290,6 +290,16 @@ TEST_F(TableLines, AnAppendedValueThatWouldReadAsTwoIsRefused) {
   EXPECT_EQ(ErrorOf([&] { list->values.Append(" pear"); }), "value: values:  pear");
 }
 
+TEST_F(TableLines, AValueIsNotAppendedBehindAnOpenQuote) {
+  Write("+basket apple,\"pear\n");
+
+  auto list = Open<List>();
+  list->Assert("basket");
+
+  EXPECT_EQ(ErrorOf([&] { list->values.Append("plum"); }), "value: values: plum");
+  EXPECT_EQ(list->values.Str(), "apple,\"pear");
+}
+
 // What is written must read back as itself
 
 struct HostileCase {

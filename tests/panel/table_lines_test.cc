@@ -467,6 +467,19 @@ TEST_F(TableLines, ARecordMayBePlacedBesideOneThatWasJustAdded) {
 
 // Moving
 
+TEST_F(TableLines, ALineThatBeginsWithANulIsNoRecord) {
+  const std::string text("\0fruit apple\nnut hazel\n", 23);
+  Write(text);
+
+  auto pair = Open<Pair>();
+  pair->First();
+  EXPECT_EQ(pair->key.Str(), "nut");
+  EXPECT_FALSE(pair->Find(std::string("\0fruit", 6)));
+  pair = Cursor<Pair>();
+
+  EXPECT_EQ(Text(), text);
+}
+
 TEST_F(TableLines, CreateStandsOnTheRecordIfThereIsOneAndAppendsItOtherwise) {
   Write("fruit apple\n");
 

@@ -117,7 +117,8 @@ class ArrayField : public Field {
   bool Has(const std::string& value) const;
 
   /// Adds `value` at the end. Throws fen_err::Error("value", field, value) when it would not read
-  /// back as one value: when it is empty or holds the separator outside double quotes.
+  /// back as one value: when it is empty, holds the separator outside double quotes, or would come
+  /// to stand behind a double quote that the list opens and never closes.
   void Append(const std::string& value);
 
   /// Removes every occurrence of `value`; one that is not in the list is no error.

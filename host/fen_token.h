@@ -122,7 +122,8 @@ class Tokenizer {
 
   /// Makes the current token everything from the next character that is not a separator up to
   /// `end`, or to the end of the line where `end` does not come. A comment ends it as well, unless
-  /// `through_comment` is set. With `keep_end` the next step begins at `end`, else behind it.
+  /// `through_comment` is set. With `keep_end` the next step begins at `end`, else behind it; it
+  /// never leaves the line.
   void GetUntilToken(const std::string& end, bool through_comment, bool keep_end);
 
   /// Extends the current token up to `end`, under the same rules.

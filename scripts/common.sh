@@ -11,6 +11,10 @@ readonly packages=(
   vacation
 )
 
+# What it takes to build the fuzz targets besides.
+# shellcheck disable=SC2034
+readonly fuzz_packages=(clang libclang-rt-14-dev)
+
 # The heading of a step.
 step() {
   printf '\n== %s\n' "$*"

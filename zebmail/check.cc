@@ -169,9 +169,9 @@ Json AsJson(const Report& report) {
 
 std::string AsText(const Report& report) {
   std::string text;
-  for (const std::string& mended : report.mended) text += "mended: " + OneLine(mended) + "\n";
+  for (const std::string& mended : report.mended) text += "mended: " + Shown(mended) + "\n";
   for (const Finding& finding : report.findings) {
-    text += OneLine(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
+    text += Shown(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
             "; mend: " + OneLine(finding.mend) + "\n";
   }
   if (report.findings.empty()) text += "nothing is wrong\n";

@@ -64,7 +64,7 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 }
 
 Status WrongUsage(const std::string& what) {
-  std::cerr << "zebmail: usage: " << OneLine(what) << "\nSee: zebmail --help\n";
+  std::cerr << "zebmail: usage: " << Shown(what) << "\nSee: zebmail --help\n";
   return kWrongUsage;
 }
 

@@ -8,38 +8,15 @@
 #include <iostream>
 
 #include "host/fen_err.h"
+#include "panel/text/control_characters.h"
+#include "panel/text/shortened.h"
 #include "zebmail/diff.h"
 
 namespace zebmail {
 namespace {
 
-/// How many bytes at the beginning of `text` are better not printed as they are: a control
-/// character, of ASCII or of those that Unicode takes from Latin-1, or one that is invisible or
-/// turns the direction of what follows.
-std::size_t HiddenBytes(std::string_view text) {
-  const auto byte = [text](std::size_t index) {
-    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-  };
-  const auto is_between = [](unsigned value, unsigned first, unsigned last) {
-    return first <= value && value <= last;
-  };
-  if (byte(0) < 0x20 || byte(0) == 0x7f) return 1;
-  if (byte(0) == 0xc2 && is_between(byte(1), 0x80, 0x9f)) return 2;
-  const bool is_format = (byte(1) == 0x80 && is_between(byte(2), 0x8b, 0x8f)) ||
-                         (byte(1) == 0x80 && is_between(byte(2), 0xa8, 0xae)) ||
-                         (byte(1) == 0x81 && is_between(byte(2), 0xa0, 0xaf));
-  return byte(0) == 0xe2 && is_format ? 3 : 0;
-}
-
-std::string Hexadecimal(std::string_view bytes) {
-  static constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes) {
-    const auto value = static_cast<unsigned char>(byte);
-    text += {'\\', 'x', kDigits[value / 16], kDigits[value % 16]};
-  }
-  return text;
-}
+/// So much of a value is enough to know it again; it may be a whole file.
+constexpr std::size_t kLongestShown = 1000;
 
 /// Several lines, each as OneLine, each ending in a line feed.
 std::string Lines(std::string_view text) {
@@ -218,15 +195,15 @@ void PrintError(const std::exception& error) {
     return;
   }
   if (known == nullptr) {
-    std::cerr << "zebmail: failure: " << OneLine(error.what()) << "\n";
+    std::cerr << "zebmail: failure: " << Shown(error.what()) << "\n";
     return;
   }
   const std::size_t end_of_value = known->value().find_last_not_of("\r\n") + 1;
   const std::string value = known->value().substr(0, end_of_value);
   const bool is_output = known->type() == "email" && value.find('\n') != std::string::npos;
-  std::string text = "zebmail: " + OneLine(known->type());
-  if (!known->object().empty()) text += ": " + OneLine(known->object());
-  if (!value.empty() && !is_output) text += ": " + OneLine(value);
+  std::string text = "zebmail: " + Shown(known->type());
+  if (!known->object().empty()) text += ": " + Shown(known->object());
+  if (!value.empty() && !is_output) text += ": " + Shown(value);
   text += "\n";
   if (is_output) text += Lines(value);
   if (const auto* partly = dynamic_cast<const panel::mail::PartlyDone*>(known)) {
@@ -248,19 +225,22 @@ std::string Joined(const std::vector<std::string>& names) {
 std::string OneLine(std::string_view text) {
   std::string line;
   while (!text.empty()) {
-    const std::size_t hidden = HiddenBytes(text);
-    if (hidden == 0) {
-      line += text.front();
-    } else if (text.front() == '\n') {
+    const panel::Glyph glyph = panel::TakeGlyph(text);
+    if (!glyph.is_hidden) {
+      line += glyph.bytes;
+    } else if (glyph.bytes == "\n") {
       line += "\\n";
-    } else if (text.front() == '\t') {
+    } else if (glyph.bytes == "\t") {
       line += "\\t";
     } else {
-      line += Hexadecimal(text.substr(0, hidden));
+      line += panel::Hexadecimal(glyph.bytes);
     }
-    text.remove_prefix(std::max<std::size_t>(hidden, 1));
   }
   return line;
+}
+
+std::string Shown(std::string_view text) {
+  return OneLine(panel::Shortened(text, kLongestShown));
 }
 
 }  // namespace zebmail

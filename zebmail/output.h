@@ -93,7 +93,12 @@ void PrintWarning(const std::string& text);
 /// The names in one line, with ", " between them.
 std::string Joined(const std::vector<std::string>& names);
 
-/// `text`, which is to stay one line, with control characters as "\n" or "\x1b".
+/// `text`, which is to stay one line, with control characters, characters that show nothing and
+/// bytes that are no UTF-8 as "\n" or "\x1b".
 std::string OneLine(std::string_view text);
+
+/// The same for what may be of any length, such as a value that was refused: of a long one the
+/// beginning and the end, with its length between them.
+std::string Shown(std::string_view text);
 
 }  // namespace zebmail

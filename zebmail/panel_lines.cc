@@ -37,6 +37,12 @@ Json Typed(const std::string& type, const Json& object) {
   throw fen_err::Error("value", "", what);
 }
 
+/// What the library says, without its own code in front.
+std::string Words(const Json::exception& error) {
+  const std::string words = error.what();
+  return words.substr(words.find("] ") + 2);
+}
+
 /// The one value that `text` holds. The parser would take the last of two fields with one name.
 Json Parse(const std::string& text) {
   std::set<std::string> names;
@@ -52,8 +58,9 @@ Json Parse(const std::string& text) {
     if (!twice.empty()) Refuse("has the field \"" + twice + "\" twice");
     return value;
   } catch (const Json::parse_error& error) {
-    const std::string words = error.what();
-    Refuse("is no JSON: " + words.substr(words.find("] ") + 2));  // behind the library's own code
+    Refuse("is no JSON: " + Words(error));
+  } catch (const Json::out_of_range& error) {
+    Refuse("cannot be read: " + Words(error));
   }
 }
 

@@ -82,7 +82,7 @@ std::string Margin(std::size_t depth) {
 }
 
 std::string ToText(const Heading& heading) {
-  return Margin(heading.depth) + OneLine(heading.address) + "\n";
+  return Margin(heading.depth) + Shown(heading.address) + "\n";
 }
 
 /// What was looked for in vain stands behind "no line for".
@@ -92,21 +92,20 @@ std::string ToText(const Step& step) {
   const std::string text = is_found || step.key.empty()
                                ? Join(found, "; ", step.what)
                                : "no line for " + Join(step.key, "; ", step.what);
-  return Margin(step.depth + 1) + OneLine(Join(Place(step.file, step.line), ": ", text)) + "\n";
+  return Margin(step.depth + 1) + Shown(Join(Place(step.file, step.line), ": ", text)) + "\n";
 }
 
 std::string ToText(const End& end) {
-  return Margin(end.depth + 1) + OneLine("=> " + end.what) + "\n";
+  return Margin(end.depth + 1) + Shown("=> " + end.what) + "\n";
 }
 
 std::string ToText(const Difference& difference) {
   if (difference.is_failure) {
-    return OneLine("! Postfix cannot read " + difference.key + ": " + difference.postfix) + "\n";
+    return Shown("! Postfix cannot read " + difference.key + ": " + difference.postfix) + "\n";
   }
-  return OneLine("! Postfix: " + difference.key + " -> " + OrNothing(difference.postfix) +
-                 ", where " + Place(difference.file, difference.line) + " has " +
-                 OrNothing(difference.text)) +
-         "\n";
+  return "! Postfix: " + Shown(difference.key) + " -> " + Shown(OrNothing(difference.postfix)) +
+         ", where " + OneLine(Place(difference.file, difference.line)) + " has " +
+         Shown(OrNothing(difference.text)) + "\n";
 }
 
 std::size_t MarginOf(const panel::trace::Event& event) {
@@ -123,7 +122,7 @@ std::string ToText(const Trace& trace) {
       text += Margin(MarginOf(event)) + ToText(*difference);
     }
   }
-  for (const std::string& note : trace.notes) text += "note: " + OneLine(note) + "\n";
+  for (const std::string& note : trace.notes) text += "note: " + Shown(note) + "\n";
   if (!trace.differences.empty()) {
     text += "Postfix does not work with the tables as they are; run: " +
             OneLine(panel::mail::FixCommand()) + "\n";

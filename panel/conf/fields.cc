@@ -66,10 +66,12 @@ bool ArrayField::Has(const std::string& value) const {
 }
 
 void ArrayField::Append(const std::string& value) {
-  if (Split(value) != std::vector{value}) throw fen_err::Error("value", name(), value);
   std::vector<std::string> values = Values();
   values.push_back(value);
-  Set(Join(values));
+  const std::string text = Join(values);
+  const bool reads_back = Split(value) == std::vector{value} && Split(text) == values;
+  if (!reads_back) throw fen_err::Error("value", name(), value);
+  Set(text);
 }
 
 void ArrayField::Delete(const std::string& value) {

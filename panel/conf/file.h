@@ -28,6 +28,9 @@ class File : public std::enable_shared_from_this<File> {
   /// Reads the file. A missing one reads as empty when `create` is set.
   File(const Table& table, const std::string& path, bool create);
 
+  /// Takes what was read of the file.
+  File(const Table& table, std::string path, FileContents contents);
+
   const Table& table() const { return table_; }
   const std::string& path() const { return path_; }
   const Text& text() const { return text_; }
@@ -83,8 +86,6 @@ class File : public std::enable_shared_from_this<File> {
   void RunAfterSave(ConfCache::SaveReason reason);
 
  private:
-  File(const Table& table, std::string path, FileContents contents);
-
   void Leave();
   void Settle();
   void Abandon();

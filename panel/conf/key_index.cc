@@ -32,7 +32,7 @@ std::uint64_t Slot(std::uint64_t hash, LineId line) {
 }  // namespace
 
 KeyIndex::KeyIndex(const Table& table, std::size_t type, const Text& text)
-    : table_(table), type_(type), text_(text), reader_(table) {}
+    : type_(type), text_(text), reader_(table) {}
 
 LineId KeyIndex::Find(std::string_view key) {
   if (key.empty()) return LineId();

@@ -43,7 +43,6 @@ class KeyIndex {
   std::string_view KeyOf(LineId line);
   void Insert(LineId line, std::string_view key);
 
-  const Table& table_;
   std::size_t type_;
   const Text& text_;
   LineReader reader_;

@@ -43,8 +43,9 @@ void Table::AfterSave(ConfRef& ref, ConfCache::SaveReason reason) const {
 LineReader::LineReader(const Table& table) : table_(table), tokenizer_(table.params()) {}
 
 bool LineReader::Read(std::size_t type, std::string_view line) {
-  constexpr std::string_view kBlanks = " \t\r\n\v\f";
-  if (line.empty() || kBlanks.find(line.front()) != std::string_view::npos) return false;
+  using std::string_view_literals::operator""sv;
+  constexpr std::string_view kNoRecord = " \t\r\n\v\f\0"sv;
+  if (line.empty() || kNoRecord.find(line.front()) != std::string_view::npos) return false;
   if (table_.params().IsComment(line, 0)) return false;
   for (std::size_t earlier = 0; earlier < type; ++earlier) {
     if (Takes(earlier, line)) return false;

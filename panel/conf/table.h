@@ -61,7 +61,7 @@ class LineReader {
 
   /// Whether `line` is a record of the type `type`; its fields are in record() then. A line belongs
   /// to the first type that takes it. Blank lines, comments and lines that begin with a blank are
-  /// no records of any type.
+  /// no records of any type; nor is a line that begins with a NUL, where Postfix sees a blank one.
   bool Read(std::size_t type, std::string_view line);
 
   const ParsedRecord& record() const { return record_; }

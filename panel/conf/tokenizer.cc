@@ -76,7 +76,9 @@ void Tokenizer::GetUntilToken(const std::string& end, bool through_comment, bool
 void Tokenizer::AddUntilToken(const std::string& end, bool through_comment, bool keep_end) {
   const std::size_t stop = FindEnd(next_, end, through_comment);
   SetToken(begin_, stop);
-  if (!keep_end && text_.compare(stop, end.size(), end) == 0) next_ += end.size();
+  if (!keep_end && !EndsLine(stop) && text_.compare(stop, end.size(), end) == 0) {
+    next_ += end.size();
+  }
 }
 
 bool Tokenizer::AtLineEnd() const {

@@ -12,6 +12,7 @@
 #include "panel/conf/disk_file.h"
 #include "panel/mail/names.h"
 #include "panel/text/byte_set.h"
+#include "panel/text/utf8.h"
 
 namespace panel::mail {
 namespace {
@@ -104,35 +105,16 @@ std::uint32_t Hash(std::string_view key) {
   return hash;
 }
 
-/// The number of bytes of the UTF-8 character that begins `text`; 0 when none does.
-std::size_t CharacterSize(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  const std::size_t size = first < 0x80   ? 1
-                           : first < 0xc2 ? 0
-                           : first < 0xe0 ? 2
-                           : first < 0xf0 ? 3
-                           : first < 0xf5 ? 4
-                                          : 0;
-  if (size > text.size()) return 0;
-  for (std::size_t place = 1; place < size; ++place) {
-    if ((static_cast<unsigned char>(text[place]) & 0xc0) != 0x80) return 0;
-  }
-  return size;
-}
-
-/// Postfix skips a line that is not UTF-8.
-bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const std::size_t size = CharacterSize(text);
-    if (size == 0) return false;
-    text.remove_prefix(size);
-  }
-  return true;
-}
-
 }  // namespace
 
 TextTable::TextTable(std::string path, Format format) : path_(std::move(path)), format_(format) {}
+
+TextTable TextTable::Of(std::string text, Format format) {
+  TextTable table("", format);
+  table.text_ = std::move(text);
+  table.FindPlaces();
+  return table;
+}
 
 std::optional<Entry> TextTable::Find(const std::string& key) {
   if (!is_read_) Read();
@@ -208,6 +190,10 @@ std::vector<Oddity> TextTable::FindOddities() {
 
 void TextTable::Read() {
   text_ = conf::ReadWholeFile(path_).bytes;
+  FindPlaces();
+}
+
+void TextTable::FindPlaces() {
   std::uint32_t number = 1;
   for (std::size_t offset = 0; offset < text_.size(); ++number) {
     const std::string_view line = LineAt(text_, offset);
@@ -252,7 +238,7 @@ std::string TextTable::LogicalLine(std::size_t offset) const {
 std::optional<Entry> TextTable::EntryAt(const Place& place) const {
   const std::string line = LogicalLine(place.offset);
   const std::size_t end = KeyEnd(line, format_);
-  if (end == line.size() || !IsUtf8(line)) return std::nullopt;
+  if (end == line.size() || !IsUtf8(line)) return std::nullopt;  // Postfix skips what is no UTF-8
   const std::string_view key = Trimmed(std::string_view(line).substr(0, end));
   const std::string_view value = Trimmed(std::string_view(line).substr(end + 1));
   if (key.empty() || value.empty()) return std::nullopt;

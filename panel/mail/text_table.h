@@ -65,6 +65,9 @@ class TextTable {
  public:
   TextTable(std::string path, Format format);
 
+  /// The table of a text that was read already; it has no path.
+  static TextTable Of(std::string text, Format format);
+
   const std::string& path() const noexcept { return path_; }
 
   /// Throws fen_err::Error("file", path, why) when the file cannot be read; one that does not exist
@@ -90,6 +93,7 @@ class TextTable {
   };
 
   void Read();
+  void FindPlaces();
   std::size_t NextLine(std::size_t offset) const;
   bool IsContinued(std::size_t offset) const;
   std::string LogicalLine(std::size_t offset) const;

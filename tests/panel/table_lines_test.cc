@@ -290,6 +290,16 @@ TEST_F(TableLines, AnAppendedValueThatWouldReadAsTwoIsRefused) {
   EXPECT_EQ(ErrorOf([&] { list->values.Append(" pear"); }), "value: values:  pear");
 }
 
+TEST_F(TableLines, AValueIsNotAppendedBehindAnOpenQuote) {
+  Write("+basket apple,\"pear\n");
+
+  auto list = Open<List>();
+  list->Assert("basket");
+
+  EXPECT_EQ(ErrorOf([&] { list->values.Append("plum"); }), "value: values: plum");
+  EXPECT_EQ(list->values.Str(), "apple,\"pear");
+}
+
 // What is written must read back as itself
 
 struct HostileCase {
@@ -456,6 +466,19 @@ TEST_F(TableLines, ARecordMayBePlacedBesideOneThatWasJustAdded) {
 }
 
 // Moving
+
+TEST_F(TableLines, ALineThatBeginsWithANulIsNoRecord) {
+  const std::string text("\0fruit apple\nnut hazel\n", 23);
+  Write(text);
+
+  auto pair = Open<Pair>();
+  pair->First();
+  EXPECT_EQ(pair->key.Str(), "nut");
+  EXPECT_FALSE(pair->Find(std::string("\0fruit", 6)));
+  pair = Cursor<Pair>();
+
+  EXPECT_EQ(Text(), text);
+}
 
 TEST_F(TableLines, CreateStandsOnTheRecordIfThereIsOneAndAppendsItOtherwise) {
   Write("fruit apple\n");

@@ -115,6 +115,22 @@ TEST_F(ATextTable, TellsANulAndBytesThatAreNoUtf8) {
             "1: nul a@x\n2: no entry b\xff@x\n");
 }
 
+TEST_F(ATextTable, TellsBytesThatOnlySeemToBeUtf8) {
+  EXPECT_EQ(Oddities("a@x\tover\xe0\x80\xaf\n"
+                     "b@x\thalf\xed\xa0\x80\n"
+                     "c@x\tbeyond\xf4\x90\x80\x80\n"
+                     "d@x\tcut\xe2\x82\n"
+                     "e@x\tlast\xf4\x8f\xbf\xbf\n"),
+            "1: no entry a@x\n2: no entry b@x\n3: no entry c@x\n4: no entry d@x\n");
+}
+
+TEST_F(ATextTable, OfATextIsThatOfAFileWithIt) {
+  TextTable table = TextTable::Of("a@x\tone\na@x\ttwo\n", Format::kPostmap);
+
+  EXPECT_EQ(table.Find("a@x").value().value, "one");
+  EXPECT_EQ(table.FindRepeats().size(), 1U);
+}
+
 TEST_F(ATextTable, VisitsEachEntryThatCounts) {
   std::map<std::string, std::string> entries;
   TextTable table = Table("A@x\tone\na@x\ttwo\nb@x\n c@x\nd@x\n", Format::kPostmap);

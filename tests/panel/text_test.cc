@@ -11,6 +11,8 @@
 
 #include "host/str.h"
 #include "panel/text/control_characters.h"
+#include "panel/text/shortened.h"
+#include "panel/text/utf8.h"
 #include "panel/text/words.h"
 
 namespace {
@@ -152,6 +154,42 @@ TEST(ControlCharacters, AreAllThatIsEscaped) {
   EXPECT_FALSE(panel::HasControlCharacters("bücher"));
   EXPECT_TRUE(panel::HasControlCharacters("a\tb"));
   EXPECT_TRUE(panel::HasControlCharacters(std::string("a\0", 2)));
+}
+
+TEST(ControlCharacters, AreEscapedWithAllThatShowsNothingOrIsNoUtf8) {
+  EXPECT_EQ(panel::EscapeControlCharacters("\u009b31m \u202e\u200b\u2066\ufeff\u00ad"),
+            "\\xc2\\x9b31m \\xe2\\x80\\xae\\xe2\\x80\\x8b\\xe2\\x81\\xa6\\xef\\xbb\\xbf\\xc2\\xad");
+  EXPECT_EQ(panel::EscapeControlCharacters("\x9b\xc0\xaf\xe2\x82"), "\\x9b\\xc0\\xaf\\xe2\\x82");
+  EXPECT_EQ(panel::EscapeControlCharacters("漢字 😀"), "漢字 😀");
+}
+
+TEST(Utf8, WritesEachCharacterInOneWay) {
+  for (const char* text : {"", "a", "ü", "€", "😀", "\x7f", "\u0080", "\u07ff", "\u0800", "\ud7ff",
+                           "\ue000", "\uffff", "\U00010000", "\U0010ffff"}) {
+    EXPECT_TRUE(panel::IsUtf8(text)) << text;
+  }
+  for (const char* text :
+       {"\x80", "\xbf", "\xc3", "\xc0\xaf", "\xc1\xbf", "\xe0\x80\xaf", "\xe0\x9f\xbf",
+        "\xed\xa0\x80", "\xed\xbf\xbf", "\xf0\x80\x80\xaf", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80",
+        "\xf5\x80\x80\x80", "\xff", "\xe2\x82", "\xe2\x28\xa1", "a\xc3"}) {
+    EXPECT_FALSE(panel::IsUtf8(text)) << panel::EscapeControlCharacters(text);
+  }
+}
+
+TEST(Shortened, LeavesAShortTextAsItIs) {
+  EXPECT_EQ(panel::Shortened("", 8), "");
+  EXPECT_EQ(panel::Shortened("12345678", 8), "12345678");
+}
+
+TEST(Shortened, KeepsTheBeginningAndTheEndOfALongTextAndTellsItsLength) {
+  EXPECT_EQ(panel::Shortened("123456789", 8), "123456 [... 9 bytes in all ...] 89");
+  EXPECT_EQ(panel::Shortened("123456789", 0), " [... 9 bytes in all ...] ");
+}
+
+TEST(Shortened, CutsNoCharacter) {
+  EXPECT_EQ(panel::Shortened("12345ü7ü9", 8), "12345 [... 11 bytes in all ...] ü9");
+  EXPECT_EQ(panel::Shortened(std::string(9, '\x80'), 8),
+            std::string(6, '\x80') + " [... 9 bytes in all ...] " + std::string(2, '\x80'));
 }
 
 TEST(Words, AreSeparatedByBlanks) {

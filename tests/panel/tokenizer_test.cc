@@ -124,6 +124,17 @@ TEST_F(TokenizerTest, AddUntilTokenExtendsUpToTheTerminatorAndLeavesItOrSkipsIt)
   EXPECT_EQ(tokenizer.token(), "=d");
 }
 
+TEST_F(TokenizerTest, NoTerminatorLeadsIntoTheNextLine) {
+  Start("one two\nthree\n");
+  tokenizer.GetUntilToken("\n", false, false);
+  EXPECT_EQ(tokenizer.token(), "two");
+  tokenizer.GetUntilToken("\n", false, false);
+
+  EXPECT_EQ(tokenizer.token(), "");
+  EXPECT_EQ(tokenizer.line_offset(), 0U);
+  EXPECT_TRUE(tokenizer.AtLineEnd());
+}
+
 TEST_F(TokenizerTest, GetTokenGoesOnToTheNextLineOnlyWhenAsked) {
   Start("one # comment\n\n  two\n");
   tokenizer.GetToken(false);

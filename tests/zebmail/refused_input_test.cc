@@ -201,7 +201,7 @@ const std::vector<OddName>& NotLocalParts() {
       {"TwoDots", "a..b", "a..b"},
       {"TooLong", std::string(65, 'a'), std::string(65, 'a')},
       {"NotAscii", "büro", "büro"},
-      {"NotUtf8", "b\xfcro", "b\xfcro"},
+      {"NotUtf8", "b\xfcro", "b\\xfcro"},
       {"FullWidthLetter", "ａ", "ａ"},
       {"CyrillicLetter", "іnfo", "іnfo"},
       {"RightToLeftOverride", "\u202eofni", "\\xe2\\x80\\xaeofni"},

@@ -399,6 +399,8 @@ TEST_F(Transfer, RefusesWhatIsNoLineOfAPanel) {
   EXPECT_THAT(FailureOf("a.example\n"), StartsWith(place + "is no JSON: parse error at line 1"));
   EXPECT_THAT(FailureOf("{\"type\":\"domain\",\"name\":\"\xff\"}"),
               StartsWith(place + "is no JSON"));
+  EXPECT_EQ(FailureOf(R"({"type":"webdomain","name":"a.example","owner":1e400})"),
+            place + "cannot be read: number overflow parsing '1e400'\n");
   EXPECT_EQ(FailureOf("[]"), place + "is no JSON object\n");
   EXPECT_EQ(FailureOf("{}"), place + "lacks the field \"type\"\n");
   EXPECT_EQ(FailureOf(R"({"type":1})"), place + "\"type\" is not a text\n");

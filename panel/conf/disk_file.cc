@@ -16,7 +16,6 @@
 #include <unistd.h>
 
 #include "host/fen_err.h"
-#include "panel/process/file_handle.h"
 
 namespace panel::conf {
 
@@ -56,7 +55,12 @@ std::string BesideOf(const std::string& target) {
   return FolderOf(target) + "/." + std::filesystem::path(target).filename().string() + ".zebmail";
 }
 
-/// Removes the file again unless it is kept.
+/// The old file has this second name for a moment where two files cannot change places.
+std::string OldOf(const std::string& target) {
+  return BesideOf(target) + "-old";
+}
+
+/// Removes a file again that is not whole.
 class Temporary {
  public:
   explicit Temporary(std::string path) : path_(std::move(path)) {}
@@ -146,6 +150,51 @@ void RequireUnchanged(const std::string& path, const std::string& target,
   if (StampOf(target) != expected) throw fen_err::Error("changed", path, "");
 }
 
+void RemoveIfThere(const std::string& path) {
+  if (unlink(path.c_str()) != 0 && errno != ENOENT) Fail(path, "cannot be removed");
+}
+
+FileStamp StampOfOpen(const FileHandle& file, const std::string& path) {
+  struct stat status {};
+  if (fstat(file.get(), &status) != 0) Fail(path, "cannot be read");
+  return ToStamp(status);
+}
+
+/// Whether the flags of renameat2(2) are not for this file system.
+bool IsUnsupported() {
+  return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
+}
+
+/// Puts the file at `from` to `to`, where there must be none.
+bool PutWhereNoneIs(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  return IsUnsupported() && rename(from.c_str(), to.c_str()) == 0;
+}
+
+/// Has the two files change places at once or, where the file system cannot, by steps; `to` is
+/// there at any moment.
+bool ChangePlaces(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_EXCHANGE) == 0) return true;
+  if (!IsUnsupported()) return false;
+  const std::string old = OldOf(to);
+  RemoveIfThere(old);
+  return link(to.c_str(), old.c_str()) == 0 && rename(from.c_str(), to.c_str()) == 0 &&
+         rename(old.c_str(), from.c_str()) == 0;
+}
+
+/// Whether it is the file as it was, whatever name it was given since.
+bool IsSameText(const std::optional<FileStamp>& now, const FileStamp& before) {
+  return now && now->device == before.device && now->inode == before.inode &&
+         now->size == before.size && now->modified.tv_sec == before.modified.tv_sec &&
+         now->modified.tv_nsec == before.modified.tv_nsec;
+}
+
+/// Whether the new file stands in its place.
+bool IsOurs(const Replaced& replaced) {
+  const std::optional<FileStamp> now = StampOf(replaced.target);
+  return now && now->device == replaced.device && now->inode == replaced.inode;
+}
+
 std::string ReadAll(int descriptor, std::size_t size, const std::string& path) {
   std::string bytes(size, '\0');
   std::size_t filled = 0;
@@ -198,35 +247,86 @@ std::optional<FileStamp> StampOf(const std::string& path) {
   return std::nullopt;
 }
 
-FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
-                      const std::function<void(const PieceWriter&)>& produce) {
-  const std::string target = Target(path);
-  RequireUnchanged(path, target, expected);
+Replacement::Replacement(std::string path, const std::optional<FileStamp>& expected,
+                         const std::function<void(const PieceWriter&)>& produce)
+    : path_(std::move(path)), expected_(expected) {
+  replaced_.target = Target(path_);
+  replaced_.is_new = !expected;
+  RequireUnchanged(path_, replaced_.target, expected_);
 
-  const std::string beside = BesideOf(target);
+  const std::string beside = BesideOf(replaced_.target);
   unlink(beside.c_str());
-  const FileHandle file(
-      open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file) Fail(beside, "cannot be created");
+  file_ =
+      FileHandle(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file_) Fail(beside, "cannot be created");
   Temporary temporary(beside);
 
-  BufferedWriter writer(file.get(), beside);
+  BufferedWriter writer(file_.get(), beside);
   produce([&writer](std::string_view piece) { writer.Add(piece); });
   writer.Flush();
-  if (expected) {
-    KeepAttributes(target, file.get());
-  } else if (fchmod(file.get(), kNewFileMode) != 0) {
+  if (expected_) {
+    KeepAttributes(replaced_.target, file_.get());
+  } else if (fchmod(file_.get(), kNewFileMode) != 0) {
     Fail(beside, "its mode cannot be set");
   }
-  if (fsync(file.get()) != 0) Fail(beside, "cannot be written");
-
-  RequireUnchanged(path, target, expected);
-  if (rename(beside.c_str(), target.c_str()) != 0) Fail(path, "cannot be replaced");
+  if (fsync(file_.get()) != 0) Fail(beside, "cannot be written");
+  const FileStamp stamp = StampOfOpen(file_, beside);
+  replaced_.device = stamp.device;
+  replaced_.inode = stamp.inode;
   temporary.Keep();
+}
 
-  struct stat status {};
-  fstat(file.get(), &status);
-  return ToStamp(status);
+Replacement::~Replacement() {
+  if (!is_in_place_) unlink(BesideOf(replaced_.target).c_str());
+}
+
+FileStamp Replacement::PutInPlace() {
+  RequireUnchanged(path_, replaced_.target, expected_);
+  const std::string beside = BesideOf(replaced_.target);
+  if (!(replaced_.is_new ? PutWhereNoneIs(beside, replaced_.target)
+                         : ChangePlaces(beside, replaced_.target))) {
+    const int error = errno;
+    TakeBack(replaced_);
+    if (error == EEXIST) throw fen_err::Error("changed", path_, "");
+    errno = error;
+    Fail(path_, "cannot be replaced");
+  }
+  is_in_place_ = true;
+  if (expected_ && !IsSameText(StampOf(beside), *expected_)) {
+    TakeBack(replaced_);
+    throw fen_err::Error("changed", path_, "");
+  }
+  return StampOfOpen(file_, path_);
+}
+
+/// The old file is beside the new one, or has its second name where a process was killed while they
+/// changed places by steps.
+void TakeBack(const Replaced& replaced) {
+  const std::string beside = BesideOf(replaced.target);
+  const std::string old = OldOf(replaced.target);
+  if (IsOurs(replaced)) {
+    if (replaced.is_new) {
+      RemoveIfThere(replaced.target);
+    } else if (rename((StampOf(old) ? old : beside).c_str(), replaced.target.c_str()) != 0) {
+      Fail(replaced.target, "cannot be put back");
+    }
+  }
+  RemoveIfThere(old);
+  RemoveIfThere(beside);
+  SyncFolderOf(replaced.target);
+}
+
+void DropOld(const Replaced& replaced) {
+  RemoveIfThere(OldOf(replaced.target));
+  RemoveIfThere(BesideOf(replaced.target));
+}
+
+FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
+                      const std::function<void(const PieceWriter&)>& produce) {
+  Replacement replacement(path, expected, produce);
+  const FileStamp stamp = replacement.PutInPlace();
+  DropOld(replacement.replaced());
+  return stamp;
 }
 
 void SyncFolderOf(const std::string& path) {
@@ -236,8 +336,7 @@ void SyncFolderOf(const std::string& path) {
 }
 
 void RemoveLeftover(const std::string& path) {
-  const std::string beside = BesideOf(Target(path));
-  if (unlink(beside.c_str()) != 0 && errno != ENOENT) Fail(beside, "cannot be removed");
+  RemoveIfThere(BesideOf(Target(path)));
 }
 
 }  // namespace panel::conf

@@ -20,6 +20,8 @@
 
 #include <sys/stat.h>
 
+#include "panel/process/file_handle.h"
+
 namespace panel::conf {
 
 /// What tells one state of a file from another.
@@ -46,6 +48,47 @@ FileContents ReadWholeFile(const std::string& path);
 std::optional<FileStamp> StampOf(const std::string& path);
 
 using PieceWriter = std::function<void(std::string_view)>;
+
+/// What has to be known to take a replacement back, by another process too.
+struct Replaced {
+  std::string target;  ///< the path of the file itself, behind any symbolic links
+  dev_t device = 0;    ///< of the new file
+  ino_t inode = 0;
+  bool is_new = false;  ///< there was none before
+};
+
+/// A new text of a file, written and synchronised beside it, and not in its place yet. With its
+/// owner it goes again, unless it has been put in place.
+class Replacement {
+ public:
+  /// As ReplaceFile, which it is the first part of.
+  Replacement(std::string path, const std::optional<FileStamp>& expected,
+              const std::function<void(const PieceWriter&)>& produce);
+  ~Replacement();
+
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  const Replaced& replaced() const noexcept { return replaced_; }
+
+  /// Puts the new text in its place and the old file beside it, until TakeBack or DropOld. Returns
+  /// the stamp of the new file.
+  FileStamp PutInPlace();
+
+ private:
+  std::string path_;
+  std::optional<FileStamp> expected_;
+  Replaced replaced_;
+  FileHandle file_;
+  bool is_in_place_ = false;
+};
+
+/// Puts the old file in place again if the new one stands there, and removes what was made beside
+/// it. A file that somebody else has put there meanwhile stays.
+void TakeBack(const Replaced& replaced);
+
+/// Removes the old file.
+void DropOld(const Replaced& replaced);
 
 /// Replaces the file at `path`, a symbolic link being followed, by the pieces that `produce` hands
 /// to the writer it is given. `expected` is the stamp of the file that was read; without one the

@@ -104,20 +104,64 @@ void File::Leave() {
 }
 
 void File::Write() {
-  const PendingWork work{table_.name(), path_};
-  const bool noted = IsNoted(work);
-  if (!noted) NotePendingWork(work);
+  Prepare();
   try {
-    stamp_ = ReplaceFile(path_, stamp_, [this](const PieceWriter& write) { text_.Write(write); });
+    stamp_ = replacement_->PutInPlace();
   } catch (...) {
-    Cache::Known()->Forget(*this);
-    if (!noted) ForgetPendingWork(work);
+    Abandon();
     throw;
   }
+  Settle();
+  DropOld();
+}
+
+void File::Prepare() {
+  const PendingWork work{table_.name(), path_};
+  noted_ = IsNoted(work);
+  if (!noted_) NotePendingWork(work);
+  try {
+    replacement_ = std::make_unique<Replacement>(
+        path_, stamp_, [this](const PieceWriter& write) { text_.Write(write); });
+  } catch (...) {
+    Abandon();
+    throw;
+  }
+}
+
+void File::PutInPlace() {
+  is_touched_ = true;
+  stamp_ = replacement_->PutInPlace();
+  Settle();
+}
+
+void File::TakeBack() {
+  if (is_touched_) {
+    conf::TakeBack(replacement_->replaced());
+    noted_ = true;
+  }
+  Abandon();
+}
+
+void File::DropOld() {
+  conf::DropOld(replacement_->replaced());
+  replacement_.reset();
+  is_touched_ = false;
+}
+
+/// The new text is on disk.
+void File::Settle() {
   changed_ = false;
   written_ = true;
   if (Operation* operation = Operation::Current()) operation->CountSaved();
   SyncFolderOf(path_);
+}
+
+/// Nobody works on the text in memory again.
+void File::Abandon() {
+  replacement_.reset();
+  is_touched_ = false;
+  Cache::Known()->Forget(*this);
+  if (!noted_) ForgetPendingWork({table_.name(), path_});
 }
 
 }  // namespace panel::conf

@@ -67,6 +67,15 @@ class File : public std::enable_shared_from_this<File> {
   /// cannot be replaced, nobody works on the text in memory again.
   void Write();
 
+  /// The same in steps, for files that are replaced together. The new text is written beside the
+  /// file; it is put in place, the old file being kept; and that is taken back or dropped. A file
+  /// whose old text has come back has its action outstanding, since its map is older now.
+  void Prepare();
+  const Replaced& replaced() const { return replacement_->replaced(); }
+  void PutInPlace();
+  void TakeBack();
+  void DropOld();
+
   /// Runs the after-save action and, when it succeeds, removes the note.
   void FinishSave();
 
@@ -77,6 +86,8 @@ class File : public std::enable_shared_from_this<File> {
   File(const Table& table, std::string path, FileContents contents);
 
   void Leave();
+  void Settle();
+  void Abandon();
 
   const Table& table_;
   std::string path_;
@@ -86,7 +97,10 @@ class File : public std::enable_shared_from_this<File> {
   WordIndex words_;
   std::size_t cursors_ = 0;
   bool changed_ = false;
-  bool written_ = false;  ///< since it was read
+  bool written_ = false;     ///< since it was read
+  bool noted_ = false;       ///< its action was outstanding before it was prepared
+  bool is_touched_ = false;  ///< what is on disk may be another file than before it was prepared
+  std::unique_ptr<Replacement> replacement_;
 };
 
 }  // namespace panel::conf

@@ -12,6 +12,7 @@
 #include "panel/conf/cache.h"
 #include "panel/conf/disk_file.h"
 #include "panel/conf/file.h"
+#include "panel/conf/saving_journal.h"
 #include "panel/module/log.h"
 
 namespace panel::conf {
@@ -37,8 +38,37 @@ Operation::~Operation() {
   current = nullptr;
 }
 
-void Operation::Save() {
-  ForEach([](File& file) { file.Write(); }, [this] { return saved_ != 0; });
+void Operation::Save(const std::string& change) {
+  saving_ = Differing();
+  if (saving_.empty()) return;
+  std::size_t prepared = 0;
+  try {
+    std::vector<Replaced> files;
+    for (; prepared < saving_.size(); ++prepared) {
+      saving_[prepared]->Prepare();
+      files.push_back(saving_[prepared]->replaced());
+    }
+    WriteJournal(change, files);
+    for (const std::shared_ptr<File>& file : saving_) file->PutInPlace();
+  } catch (...) {
+    saving_.resize(prepared);
+    TakeBack();
+    throw;
+  }
+}
+
+void Operation::Keep() {
+  for (const std::shared_ptr<File>& file : saving_) file->DropOld();
+  if (!saving_.empty()) RemoveJournal();
+  saving_.clear();
+}
+
+void Operation::TakeBack() {
+  for (const std::shared_ptr<File>& file : saving_) file->TakeBack();
+  RemoveJournal();
+  saving_.clear();
+  changed_.clear();
+  saved_ = 0;
 }
 
 void Operation::RunActions() {

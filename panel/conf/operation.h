@@ -40,10 +40,16 @@ class Operation {
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
-  /// Saves every changed file of a batch, in the order of the first change. When the first file
-  /// cannot be saved nothing is; after that, each file is tried. Throws the first failure and logs
-  /// the others.
-  void Save();
+  /// Saves every changed file of a batch, in the order of the first change, or none: when one
+  /// cannot be saved, those that were are taken back. Until Keep or TakeBack a journal on disk,
+  /// under the name `change`, lets another process do that, should this one be killed.
+  void Save(const std::string& change);
+
+  /// The change is in the database: what was saved stays.
+  void Keep();
+
+  /// The change is not in the database: every file is what it was before.
+  void TakeBack();
 
   /// Runs the after-save actions of the saved files, or notes the tools of a rehearsal. It is apart
   /// from Save so that the database can be committed in between: a tool may run for long, and a
@@ -87,6 +93,7 @@ class Operation {
   std::optional<ToolRehearsal> tools_;
   std::size_t saved_ = 0;
   std::vector<std::shared_ptr<File>> changed_;
+  std::vector<std::shared_ptr<File>> saving_;  ///< since Save, until Keep or TakeBack
 };
 
 }  // namespace panel::conf

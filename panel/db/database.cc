@@ -10,6 +10,7 @@
 #include "panel/db/connection.h"
 #include "panel/db/gathering.h"
 #include "panel/db/schema.h"
+#include "panel/db/sql_text.h"
 
 namespace panel::db {
 namespace {
@@ -59,6 +60,12 @@ Database::Database(const std::string& url) : connection_(std::make_unique<Connec
   SetCurrent(*this, *connection_);
 }
 
+bool Database::HasChange(const std::string& change) {
+  Rows rows =
+      connection_->Query("SELECT panel FROM last_change WHERE name = " + Quote(change, "text"));
+  return !fen_db::Result(std::make_unique<Rows>(std::move(rows))).Eof();
+}
+
 Database::~Database() {
   Current& current = TheCurrent();
   const std::lock_guard lock(current.mutex);
@@ -88,6 +95,13 @@ void Transaction::Commit() {
     throw fen_err::Error("database", connection_.name(), "the transaction is over already");
   }
   connection_.Commit();
+}
+
+void Transaction::Commit(const std::string& panel, const std::string& change) {
+  connection_.Query("INSERT INTO last_change (panel, name) VALUES (" + Quote(panel, "text") + ", " +
+                    Quote(change, "text") +
+                    ") ON CONFLICT (panel) DO UPDATE SET name = excluded.name");
+  Commit();
 }
 
 const std::vector<RowChange>& Transaction::changes() const noexcept {

@@ -45,6 +45,9 @@ class Database {
 
   fen_db::Cache& cache() noexcept { return *cache_; }
 
+  /// Whether the change of this name is the last one that a panel has committed.
+  bool HasChange(const std::string& change);
+
  private:
   friend class Transaction;
 
@@ -83,6 +86,10 @@ class Transaction {
   Transaction& operator=(const Transaction&) = delete;
 
   void Commit();
+
+  /// Commits, and has it known from then on that the change of this name is stored, until the panel
+  /// commits another one. Several panels may share a database.
+  void Commit(const std::string& panel, const std::string& change);
 
   /// Every row changed since the transaction began, in order: rows that went with the row that they
   /// belong to as well. The mark of a synchronisation pass (`tag`) is not a change worth listing.

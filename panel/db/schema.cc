@@ -87,6 +87,9 @@ const std::vector<Step>& Steps() {
 
           "CREATE INDEX email_alias_by_name ON email_alias (name)",
       },
+      {
+          "CREATE TABLE last_change (panel TEXT PRIMARY KEY, name TEXT NOT NULL)",
+      },
   };
   return steps;
 }

@@ -59,11 +59,29 @@ void InitialiseOnce() {
   static_cast<void>(done);
 }
 
+/// The text with CR LF for each line end, however it was written. The encoding hides line ends from
+/// all programs on the way, so they must be those of a message before (RFC 2045, 6.8).
+std::string WithCanonicalLineEnds(const std::string& text) {
+  std::string lines;
+  char last = '\0';
+  for (const char byte : text) {
+    const bool is_second_half = byte == '\n' && last == '\r';
+    last = byte;
+    if (is_second_half) continue;
+    if (byte == '\r' || byte == '\n') {
+      lines += "\r\n";
+    } else {
+      lines += byte;
+    }
+  }
+  return lines;
+}
+
 /// Encoded whatever it is: as it stands, a line that is a single dot would end the message, and
 /// parts of it might mean something to the program that sends it.
 Owned<GMimeTextPart> Body(const std::string& text) {
   Owned<GMimeTextPart> part(g_mime_text_part_new_with_subtype("plain"));
-  g_mime_text_part_set_text(part.get(), text.c_str());
+  g_mime_text_part_set_text(part.get(), WithCanonicalLineEnds(text).c_str());
   g_mime_part_set_content_encoding(GMIME_PART(part.get()), GMIME_CONTENT_ENCODING_BASE64);
   return part;
 }

@@ -3,14 +3,20 @@
 
 #include "panel/mail/panel.h"
 
+#include <array>
+#include <climits>
 #include <exception>
 #include <filesystem>
 #include <mutex>
 #include <tuple>
 #include <utility>
 
+#include <unistd.h>
+
+#include "host/str.h"
 #include "host/zeb_db.h"
 #include "panel/conf/pending.h"
+#include "panel/conf/saving_journal.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/postfix_command.h"
@@ -132,10 +138,11 @@ std::string OutstandingTools() {
   return pending + "the next change makes up for it, and so does: " + FixCommand() + "\n";
 }
 
-std::string OutstandingFiles() {
-  return "not every table file could be saved; " + LogFile().string() +
-         " names them; mend the cause and repeat the change, or delete what was to be created and "
-         "create it again\n";
+/// Tells panels apart that share a database.
+std::string PanelName() {
+  std::array<char, HOST_NAME_MAX + 1> host{};
+  gethostname(host.data(), host.size() - 1);
+  return std::string(host.data()) + ":" + CurrentConfig().state_dir.string();
 }
 
 /// Takes the steps that an earlier change did not come to. What keeps them from being taken is for
@@ -180,6 +187,14 @@ Panel::Panel(const Config& config, Notices notices)
   OpenLog(LogFile());
   RequireDatabase(config.database);
   database_.emplace(config.database);
+  SettleKilledChange();
+}
+
+/// A process that was killed while it saved has left some files new and some old.
+void Panel::SettleKilledChange() {
+  const bool came_back = conf::SettleJournal(
+      [this](const std::string& change) { return database_->HasChange(change); });
+  if (came_back) Log("mail", "took the table files of a change back that was killed");
 }
 
 void Panel::Change(const std::function<void()>& work) {
@@ -245,25 +260,23 @@ void Panel::MakeUpPendingWork() {
   Warn(failure + pending + "mend the cause, then run: " + FixCommand() + "\n");
 }
 
-/// The tools come last: they may run for long, and a process that is killed meanwhile must leave
-/// a database that says what the table files say.
+/// Files and database change together, or neither does: what a killed process leaves in between is
+/// settled by the next one. The tools come last, since they may run for long.
 void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps) {
   if (!steps.empty()) NoteSteps();
-  const auto file_failure = FailureOf([&operation] { operation.Save(); });
-  if (file_failure && operation.saved() == 0) throw *file_failure;
-  const auto database_failure = FailureOf([&transaction] { transaction.Commit(); });
-  if (database_failure && operation.saved() == 0) throw *database_failure;
-  const auto step_failure = database_failure ? std::nullopt : FailureOfSteps(steps);
+  const std::string change =
+      std::to_string(str::Random<std::uint64_t>()) + std::to_string(str::Random<std::uint64_t>());
+  operation.Save(change);
+  try {
+    operation.saved() == 0 ? transaction.Commit() : transaction.Commit(PanelName(), change);
+  } catch (const fen_err::Error& error) {
+    if (operation.saved() == 0) throw;
+    TakeBack(operation, error);
+  }
+  operation.Keep();
+  const auto step_failure = FailureOfSteps(steps);
   const auto tool_failure = FailureOfTools([&operation] { operation.RunActions(); });
 
-  if (database_failure) {
-    throw PartlyDone(*database_failure, "the table files hold the change, the database does not\n" +
-                                            OutstandingTools());
-  }
-  if (file_failure) {
-    throw PartlyDone(*file_failure, "the database and the saved table files hold the change\n" +
-                                        OutstandingFiles() + OutstandingTools());
-  }
   if (step_failure) {
     throw PartlyDone(*step_failure, "the database and the table files hold the change\n" +
                                         OutstandingSteps() + OutstandingTools());
@@ -272,6 +285,18 @@ void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const
     throw PartlyDone(*tool_failure,
                      "the database and the table files hold the change\n" + OutstandingTools());
   }
+}
+
+/// A server may have stored the change though its answer did not come through. The next operation
+/// asks it.
+void Panel::TakeBack(conf::Operation& operation, const fen_err::Error& cause) const {
+  if (db::ParseUrl(CurrentConfig().database).kind != db::Kind::kSqlite) {
+    throw PartlyDone(cause,
+                     "whether the database holds the change is not known yet; the next operation "
+                     "finds out, and puts the old table files back if it does not\n");
+  }
+  operation.TakeBack();
+  throw cause;
 }
 
 /// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told

@@ -10,11 +10,14 @@
 /// HOW A CHANGE RUNS
 ///   Change() begins a transaction and collects what the work does to the table files. When the
 ///   work fails, both are dropped and nothing has changed. When it is done, the files are saved in
-///   the order in which they were changed, the transaction is committed, the steps that the work
-///   asked for by AfterCommit are taken, and the tools run in the order of their files. A file, a
-///   step or a tool may still fail then. If no file has been saved, nothing has
-///   changed; otherwise the transaction is committed all the same, so that the database says what
-///   the tables say, and the failure leaves as PartlyDone, which tells what is outstanding.
+///   the order in which they were changed and the transaction is committed; when one of that fails,
+///   the files come back as they were, and nothing has changed. Then the steps that the work asked
+///   for by AfterCommit are taken, and the tools run in the order of their files. A step or a tool
+///   may still fail: the failure leaves as PartlyDone, which tells what is outstanding.
+///
+/// WHEN A PROCESS IS KILLED
+///   While files and database are being saved a journal lies in `state_dir`, by which the next
+///   operation takes the files back, or leaves them if the database has the change.
 ///
 /// ONE PROCESS, ONE CONFIGURATION
 ///   A process may run any number of operations, one after the other or from several threads. The
@@ -45,8 +48,8 @@ struct Notices {
   std::function<void(const std::string& text)> warning;  ///< lines about what stays undone
 };
 
-/// A failure that came when a table file had been saved already, so that what was done stays. It
-/// reads like the failure that caused it.
+/// A failure that came when the change had been stored already, so that it stays. It reads like the
+/// failure that caused it.
 class PartlyDone : public fen_err::Error {
  public:
   PartlyDone(const fen_err::Error& cause, std::string outstanding);
@@ -89,7 +92,9 @@ class Panel {
  private:
   void SetUpModules();
   void MakeUpPendingWork();
+  void SettleKilledChange();
   void Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps);
+  [[noreturn]] void TakeBack(conf::Operation& operation, const fen_err::Error& cause) const;
   std::optional<fen_err::Error> FailureOfTools(const std::function<void()>& tools) const;
   void Warn(const std::string& text) const;
 

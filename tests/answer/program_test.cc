@@ -6,6 +6,9 @@
 ///   running: what is sent stays in its maildrop, where the test looks at it.
 
 #include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <future>
 #include <sstream>
@@ -51,6 +54,12 @@ const char* const kMessage =
     "Subject: a secret\n"
     "\n"
     "Another secret\n";
+
+constexpr std::int64_t kHour = 3600;
+constexpr std::int64_t kWeek = 7 * 24 * kHour;
+
+const std::string kStoredHere = "\x01";
+const std::string kIntervalInRecord = "__VACATION__INTERVAL__TIMER__";
 
 /// What the program sent, as Postfix would take it up.
 struct Sent {
@@ -138,6 +147,18 @@ class AnsweringProgram : public testing::Test {
     return all;
   }
 
+  /// Changes the number that the record keeps for the key: the time of a sender's last answer, or
+  /// the interval. vacation writes it as it is in memory; in the file of this kind of database it
+  /// stands in front of its key, and each of the two behind a byte that says how it is stored.
+  void SetNumber(const std::string& key, std::int64_t number) const {
+    std::string record = folder_.ReadText("away/answered.db");
+    const std::size_t place = record.find(kStoredHere + key);
+    if (place == std::string::npos || place < sizeof number)
+      throw std::runtime_error("the record does not have " + key);
+    std::memcpy(&record[place - sizeof number], &number, sizeof number);
+    folder_.WriteText("away/answered.db", record);
+  }
+
   /// Asserts that a message was not answered and why the log says so.
   void ExpectFailure(const CommandRun& run, const std::string& complaint) const {
     EXPECT_EQ(run.status, 0);
@@ -171,6 +192,27 @@ TEST_F(AnsweringProgram, AnswersASenderOnce) {
   Run("bob@x.test");
   Run("bob@x.test");
   Run("bob@X.Test");
+
+  EXPECT_THAT(AllSent(), SizeIs(1));
+}
+
+TEST_F(AnsweringProgram, AnswersASenderAgainAfterAWeekAndNotBefore) {
+  Run("bob@x.test");
+
+  SetNumber("bob@x.test", std::time(nullptr) - kWeek + kHour);
+  Run("bob@x.test");
+  EXPECT_THAT(AllSent(), SizeIs(1));
+
+  SetNumber("bob@x.test", std::time(nullptr) - kWeek - kHour);
+  Run("bob@x.test");
+  EXPECT_THAT(AllSent(), SizeIs(2));
+}
+
+TEST_F(AnsweringProgram, KeepsToAWeekThoughTheRecordSaysOtherwise) {
+  Run("bob@x.test");
+
+  SetNumber(kIntervalInRecord, 0);
+  Run("bob@x.test");
 
   EXPECT_THAT(AllSent(), SizeIs(1));
 }

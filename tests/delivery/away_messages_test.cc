@@ -2,20 +2,25 @@
 ///   away_messages_test - who gets an answer when a mailbox has a responder
 
 #include <filesystem>
+#include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/delivery/mail_host.h"
 #include "tests/delivery/smtp_session.h"
+#include "tests/support/command.h"
 #include "tests/support/temp_folder.h"
+#include "zebmail/answer/ascii.h"
 
 namespace test_support {
 namespace {
 
 using testing::HasSubstr;
+using zebmail::answer::ToLower;
 
 /// Both are users of the machine, so that mail to them ends in a mailbox that a test can look at.
 const char* const kMailbox = "games@example.org";
@@ -108,7 +113,7 @@ TEST_P(AwayMessages, ReachTheSender) {
             "Content-Type: text/plain; charset=us-ascii\n"
             "Content-Transfer-Encoding: base64\n"
             "\n"
-            "SSBhbSBhd2F5LiAkU1VCSkVDVAo=\n"
+            "SSBhbSBhd2F5LiAkU1VCSkVDVA0K\n"
             "\n");
 }
 
@@ -184,6 +189,55 @@ TEST_P(AwayMessages, RunNothingThatASenderNames) {
   EXPECT_EQ(AskForRecipient(postfix_.port(), "-Cfoo@mail.test", kMailbox).code, 501);
 
   ExpectTheNextAnswerToBeTheFirst();
+  EXPECT_FALSE(std::filesystem::exists(owned));
+}
+
+/// Words that would mean something to a shell, to sendmail(1) or in the file of a mailbox.
+TEST_P(AwayMessages, SayWhatTheUserWroteAndRunNoneOfIt) {
+  const std::string owned = folder_.Path("spool/owned");
+  const std::string touch = "touch " + owned;
+  const std::string subject = "`id` $(id) | \"/bin/sh\" $SUBJECT; <>";
+  const std::string text = "$(" + touch + ")\n`" + touch + "`\n|" + touch + "\n\"|" + touch +
+                           "\"\n~!" + touch +
+                           "\n.\nFrom root@mail.test Thu Jan  1 00:00:00 1970\n"
+                           "From: root@mail.test\nTo: man@mail.test\nBcc: man@mail.test\n"
+                           "\n..\n.\n:include:/etc/passwd\n$SUBJECT\nno line end";
+  Zebmail({"responder", "on", kMailbox, "--subject", subject, "--text-file",
+           folder_.WriteText("hostile.txt", text)});
+
+  ExpectTheNextAnswerToBeTheFirst();
+
+  const std::string answer = postfix_.Mailbox("daemon");
+  EXPECT_THAT(answer, HasSubstr("\nSubject: " + subject + "\n"));
+  const CommandRun body =
+      RunCommand({"/usr/bin/base64", "-d"}, answer.substr(answer.find("\n\n") + 2));
+  EXPECT_EQ(body.errors, "");
+  EXPECT_EQ(body.output, std::regex_replace(text, std::regex("\n"), "\r\n"));
+  EXPECT_EQ(postfix_.Mailbox("man"), "");
+  EXPECT_FALSE(std::filesystem::exists(owned));
+}
+
+/// Names that would be commands, if they stood in one.
+TEST_P(AwayMessages, ComeFromMailboxesWhoseNamesMeanSomethingElsewhere) {
+  const std::string owned = folder_.Path("spool/owned");
+  const std::vector<std::string> names = {"`touch$IFS" + owned + "`", "$HOME'&*?={x}|b"};
+  for (const std::string& name : names) {
+    const std::string mailbox = name + "@example.org";
+    Zebmail({"mailbox", "create", mailbox, "--drop-mail"});
+    Zebmail({"responder", "on", mailbox});
+
+    const std::string queue_id = SendMessage(postfix_.port(), kStranger, mailbox);
+
+    postfix_.WaitUntil("the end of the message", [&] {
+      return postfix_.Log().find(" " + queue_id + ": removed") != std::string::npos;
+    });
+    postfix_.WaitUntil("an answer of " + mailbox, [&] {
+      return Count(postfix_.Mailbox("daemon"), "\nFrom: " + ToLower(mailbox) + "\n") == 1;
+    });
+  }
+
+  EXPECT_EQ(AnswersTo("daemon"), names.size());
+  EXPECT_EQ(Count(postfix_.Log(), "(delivered to command: "), names.size());
   EXPECT_FALSE(std::filesystem::exists(owned));
 }
 

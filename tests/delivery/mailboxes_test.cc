@@ -7,19 +7,23 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/delivery/mail_host.h"
+#include "tests/delivery/smtp_sink.h"
 #include "tests/support/command.h"
 #include "tests/support/temp_folder.h"
+#include "zebmail/answer/ascii.h"
 
 namespace test_support {
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+using zebmail::answer::ToLower;
 
 class MailboxDelivery : public MailHost {
  protected:
@@ -214,6 +218,44 @@ TEST_P(MailboxDelivery, ReachesTheForwardOfAnAddressWithAnExtension) {
   WaitForLog("(delivered to mailbox)");
 
   EXPECT_EQ(Received("daemon+extension@example.org"), 1);
+}
+
+/// Names that would mean something to a shell, to a table or to local(8), if they were taken for
+/// anything but names. Mailboxes end at a server that says for whom it gets mail.
+TEST_P(MailboxDelivery, ReachesMailboxesAndAliasesWhoseNamesMeanSomethingElsewhere) {
+  const SmtpSink server;
+  const std::string mark = folder_.Path("owned");
+  std::vector<std::string> names = {"`touch$IFS" + mark + "`",
+                                    "x|touch${IFS}" + mark,
+                                    "x&touch${IFS}" + mark,
+                                    "$HOME",
+                                    "a|b",
+                                    "a/b",
+                                    "a-",
+                                    "+x"};
+  for (const char sign : std::string("`${}&'*?=_^")) names.emplace_back(1, sign);
+  std::string lines = "{\"type\":\"domain\",\"name\":\"odd.example\"}\n";
+  for (const std::string& name : names) {
+    lines += R"({"type":"mailbox","address":")" + name + R"(@odd.example","aliases":[")" + name +
+             ".alias\"]}\n";
+  }
+  postfix_.Set("mailbox_transport=smtp:[127.0.0.1]:" + std::to_string(server.port()));
+  postfix_.Set("smtp_connection_cache_on_demand=no");
+
+  Zebmail({"import", folder_.WriteText("odd.jsonl", lines)});
+
+  AskUntil(250, "anybody@odd.example");
+  std::vector<SmtpSink::Message> expected;
+  for (const std::string& name : names) {
+    const std::string mailbox = ToLower(name + "@odd.example");
+    for (const std::string& recipient : {mailbox, name + ".alias@odd.example"}) {
+      EXPECT_THAT(Send(recipient), HasSubstr("status=sent (250 taken)")) << recipient;
+      expected.push_back({"127.0.0.1", "stranger@sender.test", mailbox});
+    }
+  }
+  EXPECT_THAT(server.Messages(), testing::ElementsAreArray(expected));
+  EXPECT_THAT(postfix_.Log(), Not(HasSubstr("(delivered to ")));
+  EXPECT_FALSE(std::filesystem::exists(mark));
 }
 
 /// Forwards that would be commands to a shell, and a file to write to, if they were anything but

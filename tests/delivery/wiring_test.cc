@@ -99,6 +99,47 @@ TEST_P(WiredByCommand, TakesTheSettingsWhileItRuns) {
   WaitForReply(250, "anybody@example.org");
 }
 
+/// As Postfix is shipped, a domain in the access table stands for the domains below it as well.
+TEST_P(WiredByCommand, RefusesADomainBelowOneThatIsSuspendedOrBlacklisted) {
+  const std::string below = "info@shop.example.org";
+  Zebmail({"postfix-config", "--apply"});
+  MakeOld(MainCf());
+  postfix_.Start();
+  Zebmail({"domain", "create", "example.org"});
+  Zebmail({"domain", "create", "shop.example.org"});
+  WaitForReply(250, below);
+
+  Zebmail({"domain", "suspend", "example.org"});
+  EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, below).text,
+            "550 5.7.1 <info@shop.example.org>: Recipient address rejected: Account disabled");
+  EXPECT_EQ(AskForRecipient(postfix_.port(), below, "root@mail.test").text,
+            "550 5.7.1 <info@shop.example.org>: Sender address rejected: Account disabled");
+
+  Zebmail({"domain", "resume", "example.org"});
+  EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, below).code, 250);
+
+  Zebmail({"blacklist", "add", "example.org"});
+  EXPECT_EQ(AskForRecipient(postfix_.port(), below, "root@mail.test").text,
+            "554 5.7.1 <info@shop.example.org>: Sender address rejected: Access denied");
+  EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, below).text,
+            "554 5.7.1 <info@shop.example.org>: Recipient address rejected: Access denied");
+}
+
+TEST_P(WiredByCommand, TakesADomainBelowASuspendedOneWhereEachStandsForItselfAlone) {
+  postfix_.Set("parent_domain_matches_subdomains=");
+  Zebmail({"postfix-config", "--apply"});
+  MakeOld(MainCf());
+  postfix_.Start();
+  Zebmail({"domain", "create", "example.org"});
+  Zebmail({"domain", "create", "shop.example.org"});
+  WaitForReply(250, "info@shop.example.org");
+
+  Zebmail({"domain", "suspend", "example.org"});
+
+  WaitForReply(550, "info@example.org");
+  EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, "info@shop.example.org").code, 250);
+}
+
 TEST_P(WiredByCommand, IsNoOpenRelayForListedSendersAndRecipients) {
   Zebmail({"postfix-config", "--apply"});
   MakeOld(MainCf());

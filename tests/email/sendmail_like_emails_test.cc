@@ -9,6 +9,7 @@
 #include "host/fen_err.h"
 #include "tests/email/plain_back_end.h"
 #include "tests/email/rows.h"
+#include "tests/support/saves.h"
 #include "tests/support/test_panel.h"
 
 namespace {
@@ -18,6 +19,7 @@ using test_support::MailboxPtr;
 using test_support::PlainBackEnd;
 using test_support::RecordingTool;
 using test_support::Rows;
+using test_support::Saves;
 using test_support::TestPanel;
 
 using Lines = std::vector<std::string>;
@@ -98,6 +100,28 @@ TEST_F(DeleteEmail, RemovesLinesThatLeadToTheMailboxAlone) {
   back_end.DeleteEmail(mailbox);
   EXPECT_EQ(panel.Text("virtusertable"),
             "both@a.example\tj@a.example k@a.example\n@a.example\tj@a.example\n");
+}
+
+TEST_F(DeleteEmail, SavesTheFileOnceForFiveAliasesBelowOneAnother) {
+  const RecordingTool postmap(panel.folder(), "postmap");
+  const RecordingTool postalias(panel.folder(), "postalias");
+  panel.SetPath("postfix-postmap", postmap.path());
+  panel.SetPath("postfix-postalias", postalias.path());
+  panel.SetText("virtusertable",
+                "@a.example\tx\n"
+                "j@a.example\tj@a.example\n"
+                "one@a.example\tj@a.example\n"
+                "two@a.example\tj@a.example\n"
+                "three@a.example\tj@a.example\n"
+                "four@a.example\tj@a.example\n"
+                "five@a.example\tj@a.example\n"
+                "k@a.example\tz\n");
+  const Saves saves(panel.Table("virtusertable").parent_path());
+  back_end.DeleteEmail(mailbox);
+  EXPECT_EQ(panel.Text("virtusertable"), "@a.example\tx\nk@a.example\tz\n");
+  EXPECT_EQ(saves.Names(), Lines{"virtusertable"});
+  EXPECT_EQ(postmap.Runs(), Lines{panel.Table("virtusertable").string()});
+  EXPECT_EQ(postalias.Runs(), Lines{});
 }
 
 TEST_F(DeleteEmail, DeletesTheRowsOfItsAliasesAndForwardsOnly) {

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "host/fen_err.h"
@@ -15,6 +16,7 @@ namespace {
 using panel::mail::AwayMessage;
 using panel::mail::CheckSubject;
 using panel::mail::CheckText;
+using testing::EndsWith;
 
 template <class Check>
 std::string FailureOf(const Check& check, const std::string& value) {
@@ -35,7 +37,7 @@ TEST(AwayMessage, IsAWholeMessageWithoutItsAddressee) {
             "Content-Type: text/plain; charset=us-ascii\n"
             "Content-Transfer-Encoding: base64\n"
             "\n"
-            "QmFjayBvbiBNb25kYXkuCg==\n");
+            "QmFjayBvbiBNb25kYXkuDQo=\n");
 }
 
 TEST(AwayMessage, EncodesWhatIsNotAscii) {
@@ -47,7 +49,7 @@ TEST(AwayMessage, EncodesWhatIsNotAscii) {
             "Content-Type: text/plain; charset=utf-8\n"
             "Content-Transfer-Encoding: base64\n"
             "\n"
-            "WnVyw7xjayBhbSAxLiBNw6RyeiDigqwK\n");
+            "WnVyw7xjayBhbSAxLiBNw6RyeiDigqwNCg==\n");
 }
 
 TEST(AwayMessage, LeavesNoLineOfTheTextAsItIs) {
@@ -55,7 +57,20 @@ TEST(AwayMessage, LeavesNoLineOfTheTextAsItIs) {
       AwayMessage("info@example.org", "Away", "first\n.\nFrom me\n$SUBJECT\nTo: x@example.net\n");
 
   EXPECT_EQ(message.substr(message.find("\n\n") + 2),
-            "Zmlyc3QKLgpGcm9tIG1lCiRTVUJKRUNUClRvOiB4QGV4YW1wbGUubmV0Cg==\n");
+            "Zmlyc3QNCi4NCkZyb20gbWUNCiRTVUJKRUNUDQpUbzogeEBleGFtcGxlLm5ldA0K\n");
+}
+
+TEST(AwayMessage, HasTheLineEndsOfAMessageInItsEncodedText) {
+  const std::string expected = AwayMessage("info@example.org", "Away", "one\r\n\r\ntwo\r\n");
+  EXPECT_THAT(expected, EndsWith("\n\nb25lDQoNCnR3bw0K\n"));
+
+  for (const char* text : {"one\n\ntwo\n", "one\r\n\ntwo\n", "one\n\r\ntwo\r\n", "one\r\rtwo\r"}) {
+    EXPECT_EQ(AwayMessage("info@example.org", "Away", text), expected) << text;
+  }
+}
+
+TEST(AwayMessage, GetsNoLineEndWhereItsTextHasNone) {
+  EXPECT_THAT(AwayMessage("info@example.org", "Away", "one\ntwo"), EndsWith("\n\nb25lDQp0d28=\n"));
 }
 
 TEST(AwayMessage, MayHaveNeitherSubjectNorText) {

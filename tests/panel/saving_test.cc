@@ -3,14 +3,17 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -19,6 +22,7 @@
 #include "panel/conf/cache.h"
 #include "panel/conf/operation.h"
 #include "panel/conf/pending.h"
+#include "panel/conf/saving_journal.h"
 #include "panel/module/log.h"
 #include "tests/panel/sample_table.h"
 #include "tests/support/recording_tool.h"
@@ -31,11 +35,13 @@ namespace fs = std::filesystem;
 using panel::conf::ListPendingWork;
 using panel::conf::MakeUpPendingWork;
 using panel::conf::Operation;
+using panel::conf::SettleJournal;
 using panel_test::ErrorOf;
 using panel_test::Pair;
 using panel_test::SampleTable;
 using test_support::ReadText;
 using test_support::WriteText;
+using testing::ElementsAre;
 
 class Saving : public testing::Test {
  protected:
@@ -62,6 +68,19 @@ class Saving : public testing::Test {
       names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
+  }
+
+  /// Does the work in a process that is gone then, as if it were killed.
+  static void BatchInAnotherProcess(const std::function<void(Operation&)>& work) {
+    const pid_t process = fork();
+    if (process == 0) {
+      Operation batch(Operation::Mode::kBatch);
+      work(batch);
+      _exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(process, &status, 0), process);
+    ASSERT_EQ(status, 0);
   }
 
   using Saves = std::vector<SampleTable::Save>;
@@ -169,11 +188,12 @@ TEST_F(Saving, ABatchSavesEachFileOnceAtItsEndInTheOrderOfTheFirstChange) {
   EXPECT_FALSE(fs::exists(folder / "one"));
   EXPECT_EQ(batch.saved(), 0U);
 
-  batch.Save();
+  batch.Save("1");
   EXPECT_EQ(ReadText(folder / "one"), "a\t1\nb\t1\n");
   EXPECT_EQ(ReadText(folder / "two"), "a\t1\nb\t1\n");
   EXPECT_TRUE(table.saves.empty());
   EXPECT_EQ(ListPendingWork().size(), 2U);
+  batch.Keep();
   batch.RunActions();
 
   EXPECT_EQ(table.saves, (Saves{{folder / "two", ConfCache::kOperation},
@@ -203,7 +223,8 @@ TEST_F(Saving, ABatchWhoseActionFailsStillSavesTheOtherFiles) {
     if (table.saves.size() == 1) throw fen_err::Error("email", "postmap", "no space");
   };
 
-  batch.Save();
+  batch.Save("1");
+  batch.Keep();
   EXPECT_EQ(ErrorOf([&] { batch.RunActions(); }), "email: postmap: no space");
 
   EXPECT_EQ(ReadText(folder / "one"), "a\t1\n");
@@ -212,17 +233,127 @@ TEST_F(Saving, ABatchWhoseActionFailsStillSavesTheOtherFiles) {
   EXPECT_EQ(ListPendingWork()[0].path, folder / "one");
 }
 
-TEST_F(Saving, ABatchWhoseFirstFileCannotBeSavedSavesNone) {
+TEST_F(Saving, ABatchOneOfWhoseFilesCannotBeSavedSavesNone) {
+  for (const char* other : {"one", "two"}) {
+    SCOPED_TRACE(other);
+    Operation batch(Operation::Mode::kBatch);
+    SetIn(folder / "one", "a", "1");
+    SetIn(folder / "two", "a", "1");
+    fs::create_directory(folder / other);
+
+    EXPECT_THROW(batch.Save("1"), fen_err::Error);
+
+    EXPECT_EQ(batch.saved(), 0U);
+    EXPECT_THAT(FilesBeside(), ElementsAre(other));
+    EXPECT_TRUE(ListPendingWork().empty());
+    fs::remove(folder / other);
+  }
+}
+
+TEST_F(Saving, ABatchThatIsTakenBackLeavesTheFilesThatWereThere) {
+  WriteText(folder / "one", "a 1\n");
+  test_support::SetMode(folder / "one", 0600);
   Operation batch(Operation::Mode::kBatch);
-  SetIn(folder / "one", "a", "1");
+  SetIn(folder / "one", "a", "2");
   SetIn(folder / "two", "a", "1");
-  fs::create_directory(folder / "one");
+  batch.Save("1");
 
-  EXPECT_THROW(batch.Save(), fen_err::Error);
+  batch.TakeBack();
 
+  EXPECT_EQ(ReadText(folder / "one"), "a 1\n");
+  EXPECT_EQ(test_support::ModeOf(folder / "one"), 0600U);
+  EXPECT_THAT(FilesBeside(), ElementsAre("one"));
   EXPECT_EQ(batch.saved(), 0U);
-  EXPECT_FALSE(fs::exists(folder / "two"));
-  EXPECT_TRUE(ListPendingWork().empty());
+  auto pair = SampleTable::Get<Pair>(folder / "one");
+  pair->Assert("a");
+  EXPECT_EQ(pair->value.Str(), "1");
+}
+
+/// The map of the old text is older than the file now.
+TEST_F(Saving, ABatchThatIsTakenBackHasItsActionsOutstanding) {
+  WriteText(path, "a 1\n");
+  Operation batch(Operation::Mode::kBatch);
+  SetIn(path, "a", "2");
+  batch.Save("1");
+
+  batch.TakeBack();
+
+  ASSERT_EQ(ListPendingWork().size(), 1U);
+  EXPECT_EQ(ListPendingWork()[0].path, path);
+}
+
+TEST_F(Saving, ABatchThatIsKeptLeavesNothingBeside) {
+  WriteText(folder / "one", "a 1\n");
+  Operation batch(Operation::Mode::kBatch);
+  SetIn(folder / "one", "a", "2");
+  SetIn(folder / "two", "a", "1");
+  batch.Save("1");
+
+  batch.Keep();
+
+  EXPECT_THAT(FilesBeside(), ElementsAre("one", "two"));
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }));
+  EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
+}
+
+// What a killed batch leaves
+
+TEST_F(Saving, AKilledBatchIsTakenBackWhenTheDatabaseDoesNotHaveIt) {
+  WriteText(folder / "one", "a 1\n");
+  BatchInAnotherProcess([this](Operation& batch) {
+    SetIn(folder / "one", "a", "2");
+    SetIn(folder / "two", "a", "1");
+    batch.Save("the change");
+  });
+  EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
+
+  std::string asked;
+  const bool came_back = SettleJournal([&asked](const std::string& change) {
+    asked = change;
+    return false;
+  });
+
+  EXPECT_TRUE(came_back);
+  EXPECT_EQ(asked, "the change");
+  EXPECT_EQ(ReadText(folder / "one"), "a 1\n");
+  EXPECT_THAT(FilesBeside(), ElementsAre("one"));
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }));
+}
+
+TEST_F(Saving, AKilledBatchStaysWhenTheDatabaseHasIt) {
+  WriteText(folder / "one", "a 1\n");
+  BatchInAnotherProcess([this](Operation& batch) {
+    SetIn(folder / "one", "a", "2");
+    SetIn(folder / "two", "a", "1");
+    batch.Save("the change");
+  });
+
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return true; }));
+
+  EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
+  EXPECT_THAT(FilesBeside(), ElementsAre("one", "two"));
+}
+
+TEST_F(Saving, WhatSomebodyElseHasWrittenSinceStaysWhenAKilledBatchIsTakenBack) {
+  WriteText(folder / "one", "a 1\n");
+  BatchInAnotherProcess([this](Operation& batch) {
+    SetIn(folder / "one", "a", "2");
+    batch.Save("the change");
+  });
+  WriteText(folder / "other", "a 3\n");
+  fs::rename(folder / "other", folder / "one");
+
+  SettleJournal([](const std::string&) { return false; });
+
+  EXPECT_EQ(ReadText(folder / "one"), "a 3\n");
+  EXPECT_THAT(FilesBeside(), ElementsAre("one"));
+}
+
+TEST_F(Saving, AJournalThatIsNoneIsAnErrorThatNamesIt) {
+  const std::string journal = panel.folder().WriteText("state/saving", "rubbish");
+
+  EXPECT_EQ(ErrorOf([] { SettleJournal([](const std::string&) { return false; }); }),
+            "file: " + journal + ": is no journal of a change");
 }
 
 // A rehearsal
@@ -391,21 +522,19 @@ TEST_F(Saving, OfAFileWhoseNameBeginsWithADotIsNotedToo) {
   EXPECT_EQ(ListPendingWork()[0].path, folder / ".table");
 }
 
-TEST_F(Saving, ABatchOneOfWhoseFilesCannotBeSavedSavesTheOthers) {
+TEST_F(Saving, ABatchOneOfWhoseFilesSomebodyElseHasChangedSavesNone) {
   Operation batch(Operation::Mode::kBatch);
   SetIn(folder / "one", "a", "1");
   SetIn(folder / "two", "a", "1");
   SetIn(folder / "three", "a", "1");
   WriteText(folder / "two", "by hand\n");
 
-  EXPECT_EQ(ErrorOf([&] { batch.Save(); }), "changed: " + (folder / "two").string());
+  EXPECT_EQ(ErrorOf([&] { batch.Save("1"); }), "changed: " + (folder / "two").string());
   batch.RunActions();
 
-  EXPECT_EQ(ReadText(folder / "one"), "a\t1\n");
   EXPECT_EQ(ReadText(folder / "two"), "by hand\n");
-  EXPECT_EQ(ReadText(folder / "three"), "a\t1\n");
-  EXPECT_EQ(table.saves, (Saves{{folder / "one", ConfCache::kOperation},
-                                {folder / "three", ConfCache::kOperation}}));
+  EXPECT_THAT(FilesBeside(), ElementsAre("two"));
+  EXPECT_TRUE(table.saves.empty());
   EXPECT_TRUE(ListPendingWork().empty());
 }
 

@@ -4,10 +4,14 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include "host/email.h"
 #include "host/fen_err.h"
 #include "tests/email/error_of.h"
 #include "tests/postfix/back_end.h"
+#include "tests/support/saves.h"
 
 namespace {
 
@@ -15,6 +19,9 @@ using test_support::DomainPtr;
 using test_support::ErrorOf;
 using test_support::kDeliveryAliases;
 using test_support::MailboxPtr;
+using test_support::RecordingTool;
+using test_support::Saves;
+using testing::UnorderedElementsAre;
 
 using Lines = std::vector<std::string>;
 
@@ -34,6 +41,20 @@ struct MailboxTest : test_support::BackEndTest {
   DomainPtr domain = rows.AddDomain("d.example");
   MailboxPtr mailbox = rows.AddMailbox(domain, "n");
   const std::string action = email::GetResponderAction(mailbox);
+};
+
+/// One that counts what is saved and what is run. No batch is open, so each cursor could save.
+struct SetAliasesOnce : MailboxTest {
+  SetAliasesOnce() {
+    panel.SetPath("postfix-postmap", tool.path() + " postmap");
+    panel.SetPath("postfix-postalias", tool.path() + " postalias");
+  }
+
+  std::string Postmap() const { return "postmap " + panel.Table("virtusertable").string(); }
+  std::string Postalias() const { return "postalias " + panel.Table("aliases").string(); }
+
+  const RecordingTool tool{panel.folder(), "tool"};
+  const Saves saves{panel.Table("virtusertable").parent_path()};
 };
 
 using SetAliases = MailboxTest;
@@ -142,6 +163,53 @@ TEST_F(SetAliases, RefusesAForwardThatIsMoreThanOneTarget) {
   rows.AddForward(mailbox, "f1@e.example, \"|id\"");
   EXPECT_EQ(ErrorOf([this] { back_end.SetAliases(mailbox, {}); }).type(), "value");
   EXPECT_EQ(Entries(), "");
+}
+
+TEST_F(SetAliasesOnce, SavesEachFileForTenAliasesAndTwoForwards) {
+  std::string lines;
+  for (const char* alias : {"a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9"}) {
+    rows.AddAlias(mailbox, alias);
+    lines = alias + ("@d.example\tn@d.example\n" + lines);
+  }
+  rows.AddForward(mailbox, "f1@e.example");
+  rows.AddForward(mailbox, "f2@e.example");
+
+  back_end.SetAliases(mailbox, {});
+
+  EXPECT_EQ(panel.Text("virtusertable"), kLineWithKey + lines);
+  EXPECT_EQ(Entries(), "n+d.example:\tf1@e.example,f2@e.example\n");
+  EXPECT_THAT(saves.Names(), UnorderedElementsAre("virtusertable", "aliases"));
+  EXPECT_THAT(tool.Runs(), UnorderedElementsAre(Postmap(), Postalias()));
+}
+
+/// The responder is set through cursors of its own, while those of the aliases are open.
+TEST_F(SetAliasesOnce, SavesEachFileWhereTheResponderIsSetInBetween) {
+  panel.SetText("virtusertable", kOwnLine + "old@d.example\tn@d.example\n");
+  rows.AddAlias(mailbox, "a");
+  rows.AddForward(mailbox, "f1@e.example");
+  rows.AddResponder(mailbox, true);
+
+  back_end.SetAliases(mailbox, {"old"});
+
+  EXPECT_EQ(panel.Text("virtusertable"), kLineWithKey + "a@d.example\tn@d.example\n");
+  EXPECT_EQ(Entries(), "n+d.example:\tf1@e.example," + action + "\n");
+  EXPECT_THAT(saves.Names(), UnorderedElementsAre("virtusertable", "aliases"));
+  EXPECT_THAT(tool.Runs(), UnorderedElementsAre(Postmap(), Postalias()));
+}
+
+/// The key is taken out of the line and the entry deleted, and the responder brings both back.
+TEST_F(SetAliasesOnce, SavesTheEntryOfAResponderThatLosesItsLastForward) {
+  panel.SetText("virtusertable", kLineWithKey);
+  SetEntries("n+d.example:\tf1@e.example," + action + "\nother: x\n");
+  rows.AddResponder(mailbox, true);
+  rows.AddAlias(mailbox, "a");
+
+  back_end.SetAliases(mailbox, {});
+
+  EXPECT_EQ(panel.Text("virtusertable"), kLineWithKey + "a@d.example\tn@d.example\n");
+  EXPECT_EQ(Entries(), "other: x\nn+d.example:\t" + action + "\n");
+  EXPECT_THAT(saves.Names(), UnorderedElementsAre("virtusertable", "aliases"));
+  EXPECT_THAT(tool.Runs(), UnorderedElementsAre(Postmap(), Postalias()));
 }
 
 TEST_F(CacheAliases, ReadsTheForwardsAndNoAliasForTheMailboxItself) {

@@ -6,6 +6,8 @@
 ///   their continuation lines, and examples in comments, some of which look like services. All of
 ///   it must survive.
 
+#include "postfix/master_cf.h"
+
 #include <string>
 #include <vector>
 
@@ -61,6 +63,16 @@ struct MasterCf : test_support::BackEndTest {
     panel.SetText("master.cf", packaged + service);
   }
 
+  /// The names of the services that the table finds in the file.
+  Lines Records() const {
+    const auto services = email::MasterCf::Get<email::IpRouters>(panel.Table("master.cf"), true);
+    Lines names;
+    for (services->First(); !services->Eof(); services->Next()) {
+      names.push_back(services->transport.Str());
+    }
+    return names;
+  }
+
   /// The address of shop.example as the tables tell it.
   std::string AddressOfShop() {
     rows.AddDomain("shop.example");
@@ -79,6 +91,14 @@ struct MasterCf : test_support::BackEndTest {
 };
 
 }  // namespace
+
+TEST_F(MasterCf, OfThePackageHoldsNoRecord) {
+  EXPECT_EQ(Records(), Lines{});
+  EXPECT_EQ(panel.Text("master.cf"), packaged);
+
+  panel.SetText("master.cf", packaged + kShop);
+  EXPECT_EQ(Records(), Lines{"smtp_shop_example"});
+}
 
 TEST_F(MasterCf, OfThePackageGetsTheServiceBehindAllThatItHolds) {
   Create("shop.example", "192.0.2.10");

@@ -165,7 +165,8 @@ TEST(LegalTexts, StayInTheMessage) {
                 "Content-Type: text/plain; charset=us-ascii\n"
                 "Content-Transfer-Encoding: base64\n"
                 "\n"
-                "Lgp8Ii9iaW4vc2giCkZyb20gcm9vdApCY2M6IHhAZXhhbXBsZS5uZXQKCiRTVUJKRUNUDQoJZmlu\n");
+                "Lg0KfCIvYmluL3NoIg0KRnJvbSByb290DQpCY2M6IHhAZXhhbXBsZS5uZXQNCg0KJFNVQkpFQ1QN\nCglm"
+                "aW4=\n");
 }
 
 TEST(LegalTexts, MayBeEmpty) {

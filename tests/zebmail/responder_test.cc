@@ -47,7 +47,7 @@ const char* const kGeneralMessage =
     "Content-Transfer-Encoding: base64\n"
     "\n"
     "VGhhbmsgeW91IGZvciB5b3VyIG1lc3NhZ2UuIEkgYW0gYXdheSBhdCBwcmVzZW50IGFuZCBzaGFs\n"
-    "bCByZWFkIGl0IHdoZW4gSSBhbSBiYWNrLgo=\n";
+    "bCByZWFkIGl0IHdoZW4gSSBhbSBiYWNrLg0K\n";
 
 TEST(ResponderOn, HasPostfixRunTheProgramThatAnswers) {
   const MailboxPanel panel;
@@ -96,7 +96,7 @@ TEST(ResponderOn, TakesSubjectAndText) {
             "Content-Type: text/plain; charset=utf-8\n"
             "Content-Transfer-Encoding: base64\n"
             "\n"
-            "WnVyw7xjayBhbSAxLiBNw6RyeiDigqwK\n");
+            "WnVyw7xjayBhbSAxLiBNw6RyeiDigqwNCg==\n");
   EXPECT_EQ(panel.Do({"responder", "show", "info@bücher.example"}),
             "address: info@bücher.example\n"
             "active: true\n"

@@ -33,10 +33,19 @@ class ToolRuns : public testing::Test {
   std::string Table(const std::string& name) const { return panel_.Path("panel/mail/" + name); }
 
   /// Makes the change and leaves its runs alone to be looked at.
-  void Count(const std::vector<std::string>& words) const {
+  void Count(const std::vector<std::string>& words, const std::string& input = "") const {
     panel_.folder().WriteText("postmap.runs", "");
     panel_.folder().WriteText("postalias.runs", "");
-    panel_.Do(words);
+    panel_.Do(words, input);
+  }
+
+  /// The lines of ten aliases; each new one comes directly below the mailbox.
+  std::string AliasLines() const {
+    std::string lines;
+    for (const std::string& name : ten_) {
+      lines = name + "@example.org\tinfo@example.org\n" + lines;
+    }
+    return lines;
   }
 
   const std::vector<std::string> ten_ = {"a0", "a1", "a2", "a3", "a4",
@@ -75,6 +84,25 @@ TEST_F(ToolRuns, OfTwoForwardsAtOnce) {
   EXPECT_THAT(postalias_.Runs(), ElementsAre(Table("aliases")));
 }
 
+TEST_F(ToolRuns, OfTenAliasesAndTwoForwardsInOneChange) {
+  const std::string line = R"({"type":"mailbox","address":"info@example.org",)"
+                           R"("aliases":["a0","a1","a2","a3","a4","a5","a6","a7","a8","a9"],)"
+                           R"("forwards":["x@example.net","y@example.net"]})";
+
+  Count({"import", "-"}, line + "\n");
+
+  EXPECT_THAT(postmap_.Runs(), ElementsAre(Table("virtusertable")));
+  EXPECT_THAT(postalias_.Runs(), ElementsAre(Table("aliases")));
+  EXPECT_EQ(panel_.MailboxTables(),
+            "-- virtusertable\n"
+            "@example.org\tpostfix_err_nouser\n"
+            "info@example.org\tinfo@example.org info+example.org\n" +
+                AliasLines() +
+                "-- access\n"
+                "-- aliases\n"
+                "info+example.org:\tx@example.net,y@example.net\n");
+}
+
 TEST_F(ToolRuns, OfFurtherForward) {
   panel_.Do({"forward", "add", "info@example.org", "x@example.net"});
 
@@ -106,6 +134,7 @@ TEST_F(ToolRunsOfFullMailbox, OfUpdate) {
   Count({"mailbox", "update", "info@example.org", "--drop-mail", "on"});
 
   EXPECT_THAT(postmap_.Runs(), ElementsAre(Table("virtusertable")));
+  EXPECT_THAT(postalias_.Runs(), IsEmpty());
 }
 
 TEST_F(ToolRunsOfFullMailbox, OfSuspensionAndResumption) {
@@ -115,6 +144,7 @@ TEST_F(ToolRunsOfFullMailbox, OfSuspensionAndResumption) {
 
   Count({"mailbox", "resume", "info@example.org"});
   EXPECT_THAT(postmap_.Runs(), ElementsAre(Table("virtusertable"), Table("access")));
+  EXPECT_THAT(postalias_.Runs(), IsEmpty());
 }
 
 TEST_F(ToolRunsOfFullMailbox, OfDeletion) {
@@ -144,6 +174,17 @@ TEST_F(ToolRunsOfFullMailbox, OfDeletionOfTheDomain) {
 }
 
 TEST_F(ToolRunsOfFullMailbox, OfAliasLeaveTheForwardsAlone) {
+  Count({"alias", "add", "info@example.org", "new"});
+
+  EXPECT_THAT(postmap_.Runs(), ElementsAre(Table("virtusertable")));
+  EXPECT_THAT(postalias_.Runs(), IsEmpty());
+}
+
+/// The entry is made anew from the forwards, and the responder put back: it is as it was.
+TEST_F(ToolRunsOfFullMailbox, OfAliasLeaveForwardsWithAResponderAlone) {
+  const RecordingTool postconf(panel_.folder(), "postconf", "nobody\n");
+  panel_.Do({"responder", "on", "info@example.org"});
+
   Count({"alias", "add", "info@example.org", "new"});
 
   EXPECT_THAT(postmap_.Runs(), ElementsAre(Table("virtusertable")));

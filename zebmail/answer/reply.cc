@@ -27,6 +27,7 @@ namespace fs = std::filesystem;
 using panel::FileHandle;
 
 const char* const kVacation = "/usr/bin/vacation";
+const char* const kDaysBetween = "7";
 const char* const kMend = "run `zebmail check --fix`";
 
 [[noreturn]] void Fail(const fs::path& path, const std::string& cause, const std::string& advice) {
@@ -153,9 +154,9 @@ void Reply(const fs::path& folder, const std::string& sender) {
   Lock(record, folder);
   // -j: whom the message names has been looked at; vacation takes parts of addresses for addresses.
   // -z: an answer has no sender, so that nothing answers it.
-  const pid_t process = StartVacation(
-      {"vacation", "-j", "-z", "-f", folder / "answered.db", "-m", folder / "message", Login()},
-      PipeWith(Notice(sender)));
+  const pid_t process = StartVacation({"vacation", "-j", "-z", "-r", kDaysBetween, "-f",
+                                       folder / "answered.db", "-m", folder / "message", Login()},
+                                      PipeWith(Notice(sender)));
   AwaitVacation(process, folder);
 }
 

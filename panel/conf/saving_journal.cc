@@ -1,0 +1,110 @@
+/// NAME
+///   saving_journal - a note on disk of table files that are being replaced together
+///
+/// WHAT IT IS
+///   The file STATE_DIR/saving: fields that end in a NUL, first the name of the change, then four
+///   for each file, see struct Replaced.
+
+#include "panel/conf/saving_journal.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include <unistd.h>
+
+#include "host/fen_err.h"
+#include "panel/module/config.h"
+
+namespace panel::conf {
+namespace {
+
+struct Journal {
+  std::string change;
+  std::vector<Replaced> files;
+};
+
+std::string Path() {
+  return CurrentConfig().state_dir / "saving";
+}
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw fen_err::Error("file", Path(), why);
+}
+
+class Fields {
+ public:
+  explicit Fields(std::string_view text) : text_(text) {}
+
+  bool IsAtEnd() const { return text_.empty(); }
+
+  std::string Next() {
+    const std::size_t end = text_.find('\0');
+    if (end == std::string_view::npos) Refuse("is no journal of a change");
+    std::string field(text_.substr(0, end));
+    text_.remove_prefix(end + 1);
+    return field;
+  }
+
+  std::uint64_t NextNumber() {
+    const std::string field = Next();
+    std::uint64_t number = 0;
+    const char* const end = field.data() + field.size();
+    const auto [place, error] = std::from_chars(field.data(), end, number);
+    if (error != std::errc() || place != end) Refuse("is no journal of a change");
+    return number;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+std::optional<Journal> ReadJournal() {
+  const FileContents contents = ReadWholeFile(Path());
+  if (!contents.stamp) return std::nullopt;
+  Fields fields(contents.bytes);
+  Journal journal;
+  journal.change = fields.Next();
+  while (!fields.IsAtEnd()) {
+    Replaced file;
+    file.target = fields.Next();
+    file.device = fields.NextNumber();
+    file.inode = fields.NextNumber();
+    file.is_new = fields.NextNumber() != 0;
+    journal.files.push_back(file);
+  }
+  return journal;
+}
+
+}  // namespace
+
+void WriteJournal(const std::string& change, const std::vector<Replaced>& files) {
+  std::string text = change + '\0';
+  for (const Replaced& file : files) {
+    for (const std::string& field : {file.target, std::to_string(file.device),
+                                     std::to_string(file.inode), std::to_string(file.is_new)}) {
+      text += field + '\0';
+    }
+  }
+  ReplaceFile(Path(), StampOf(Path()), [&text](const PieceWriter& write) { write(text); });
+  SyncFolderOf(Path());
+}
+
+void RemoveJournal() {
+  if (unlink(Path().c_str()) != 0 && errno != ENOENT) {
+    Refuse(std::string("cannot be removed: ") + std::strerror(errno));
+  }
+}
+
+bool SettleJournal(const std::function<bool(const std::string& change)>& is_committed) {
+  const std::optional<Journal> journal = ReadJournal();
+  if (!journal) return false;
+  const bool stays = is_committed(journal->change);
+  for (const Replaced& file : journal->files) stays ? DropOld(file) : TakeBack(file);
+  RemoveJournal();
+  return !stays;
+}
+
+}  // namespace panel::conf

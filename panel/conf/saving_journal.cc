@@ -99,6 +99,7 @@ void RemoveJournal() {
 }
 
 bool SettleJournal(const std::function<bool(const std::string& change)>& is_committed) {
+  RemoveLeftover(Path());
   const std::optional<Journal> journal = ReadJournal();
   if (!journal) return false;
   const bool stays = is_committed(journal->change);

@@ -24,8 +24,8 @@ void WriteJournal(const std::string& change, const std::vector<Replaced>& files)
 
 void RemoveJournal();
 
-/// Settles what a killed process has left; does nothing when there is no journal. Returns whether
-/// files came back.
+/// Settles what a killed process has left, be it half a journal; does nothing when it left none.
+/// Returns whether files came back.
 bool SettleJournal(const std::function<bool(const std::string& change)>& is_committed);
 
 }  // namespace panel::conf

@@ -349,6 +349,14 @@ TEST_F(Saving, WhatSomebodyElseHasWrittenSinceStaysWhenAKilledBatchIsTakenBack) 
   EXPECT_THAT(FilesBeside(), ElementsAre("one"));
 }
 
+TEST_F(Saving, AJournalThatAKilledProcessHasNotFinishedIsNoneAndIsRemoved) {
+  const fs::path half = panel.folder().WriteText("state/.saving.zebmail", "123");
+
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return true; }));
+
+  EXPECT_FALSE(fs::exists(half));
+}
+
 TEST_F(Saving, AJournalThatIsNoneIsAnErrorThatNamesIt) {
   const std::string journal = panel.folder().WriteText("state/saving", "rubbish");
 

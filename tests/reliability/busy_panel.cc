@@ -79,7 +79,8 @@ bool IsBookkeeping(const fs::path& path) {
 
 /// Notes of what is to be done, and files that are about to be put in place.
 bool IsOnItsWay(const fs::path& path) {
-  return path.filename().string().ends_with(".zebmail") || path.filename() == "steps" ||
+  const std::string name = path.filename();
+  return name.ends_with(".zebmail") || name == "steps" || name == "saving" ||
          path.parent_path().filename() == "pending";
 }
 

@@ -302,7 +302,7 @@ void Panel::TakeBack(conf::Operation& operation, const fen_err::Error& cause) co
 /// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told
 /// to read when it starts.
 std::optional<fen_err::Error> Panel::FailureOfTools(const std::function<void()>& tools) const {
-  const auto failure = FailureOf(tools);
+  auto failure = FailureOf(tools);
   if (!failure || !IsNeedlessReload(*failure)) return failure;
   ForgetReloads();
   Warn("Postfix does not run; it reads the change when it starts\n");

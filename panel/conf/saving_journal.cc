@@ -83,8 +83,9 @@ std::optional<Journal> ReadJournal() {
 void WriteJournal(const std::string& change, const std::vector<Replaced>& files) {
   std::string text = change + '\0';
   for (const Replaced& file : files) {
-    for (const std::string& field : {file.target, std::to_string(file.device),
-                                     std::to_string(file.inode), file.is_new ? "1" : "0"}) {
+    for (const std::string& field :
+         {file.target, std::to_string(file.device), std::to_string(file.inode),
+          std::string(file.is_new ? "1" : "0")}) {
       text += field + '\0';
     }
   }

@@ -192,7 +192,21 @@ bool IsSameText(const std::optional<FileStamp>& now, const FileStamp& before) {
 /// Whether the new file stands in its place.
 bool IsOurs(const Replaced& replaced) {
   const std::optional<FileStamp> now = StampOf(replaced.target);
-  return now && now->device == replaced.device && now->inode == replaced.inode;
+  return now && now->device == replaced.written.device && now->inode == replaced.written.inode;
+}
+
+/// Takes the new file, which nobody has edited, out of its place and puts the old one, at `old`,
+/// there. The new one is looked at once more when they have changed places.
+bool PutBack(const Replaced& replaced, const std::string& old) {
+  if (!IsSameText(StampOf(replaced.target), replaced.written)) return false;
+  if (replaced.is_new) {
+    RemoveIfThere(replaced.target);
+    return true;
+  }
+  if (!ChangePlaces(old, replaced.target)) Fail(replaced.target, "cannot be put back");
+  if (IsSameText(StampOf(old), replaced.written)) return true;
+  if (!ChangePlaces(old, replaced.target)) Fail(replaced.target, "cannot be put back");
+  return false;
 }
 
 std::string ReadAll(int descriptor, std::size_t size, const std::string& path) {
@@ -270,9 +284,7 @@ Replacement::Replacement(std::string path, const std::optional<FileStamp>& expec
     Fail(beside, "its mode cannot be set");
   }
   if (fsync(file_.get()) != 0) Fail(beside, "cannot be written");
-  const FileStamp stamp = StampOfOpen(file_, beside);
-  replaced_.device = stamp.device;
-  replaced_.inode = stamp.inode;
+  replaced_.written = StampOfOpen(file_, beside);
   temporary.Keep();
 }
 
@@ -301,19 +313,14 @@ FileStamp Replacement::PutInPlace() {
 
 /// The old file is beside the new one, or has its second name where a process was killed while they
 /// changed places by steps.
-void TakeBack(const Replaced& replaced) {
+bool TakeBack(const Replaced& replaced) {
   const std::string beside = BesideOf(replaced.target);
   const std::string old = OldOf(replaced.target);
-  if (IsOurs(replaced)) {
-    if (replaced.is_new) {
-      RemoveIfThere(replaced.target);
-    } else if (rename((StampOf(old) ? old : beside).c_str(), replaced.target.c_str()) != 0) {
-      Fail(replaced.target, "cannot be put back");
-    }
-  }
+  const bool is_back = !IsOurs(replaced) || PutBack(replaced, StampOf(old) ? old : beside);
   RemoveIfThere(old);
   RemoveIfThere(beside);
   SyncFolderOf(replaced.target);
+  return is_back;
 }
 
 void DropOld(const Replaced& replaced) {

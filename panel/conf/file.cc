@@ -106,13 +106,17 @@ void File::Leave() {
 void File::Write() {
   Prepare();
   try {
-    stamp_ = replacement_->PutInPlace();
+    PutInPlace();
   } catch (...) {
     Abandon();
     throw;
   }
   Settle();
   DropOld();
+}
+
+void File::RequireCurrent() const {
+  if (!IsCurrent()) throw fen_err::Error("changed", path_, "");
 }
 
 void File::Prepare() {
@@ -131,15 +135,16 @@ void File::Prepare() {
 void File::PutInPlace() {
   is_touched_ = true;
   stamp_ = replacement_->PutInPlace();
-  Settle();
+  changed_ = false;
+  written_ = true;
+  if (Operation* operation = Operation::Current()) operation->CountSaved();
 }
 
-void File::TakeBack() {
-  if (is_touched_) {
-    conf::TakeBack(replacement_->replaced());
-    noted_ = true;
-  }
+bool File::TakeBack() {
+  const bool is_back = !is_touched_ || conf::TakeBack(replacement_->replaced());
+  if (is_touched_) noted_ = true;
   Abandon();
+  return is_back;
 }
 
 void File::DropOld() {
@@ -148,11 +153,7 @@ void File::DropOld() {
   is_touched_ = false;
 }
 
-/// The new text is on disk.
 void File::Settle() {
-  changed_ = false;
-  written_ = true;
-  if (Operation* operation = Operation::Current()) operation->CountSaved();
   SyncFolderOf(path_);
 }
 

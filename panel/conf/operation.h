@@ -48,7 +48,8 @@ class Operation {
   /// The change is in the database: what was saved stays.
   void Keep();
 
-  /// The change is not in the database: every file is what it was before.
+  /// The change is not in the database: every file is what it was before. Throws
+  /// fen_err::Error("changed", path, ...) for one that somebody has edited since; it stays.
   void TakeBack();
 
   /// Runs the after-save actions of the saved files, or notes the tools of a rehearsal. It is apart

@@ -133,8 +133,10 @@ bool IsNoted(const PendingWork& work) {
 void NotePendingWork(const PendingWork& work) {
   MakeFolder();
   const std::string path = NotePath(work);
-  ReplaceFile(path, StampOf(path),
-              [&work](const PieceWriter& write) { write(work.table + "\n" + work.path + "\n"); });
+  ReplaceFile(
+      path, StampOf(path),
+      [&work](const PieceWriter& write) { write(work.table + "\n" + work.path + "\n"); },
+      kPrivateFile);
   SyncFolderOf(path);
 }
 

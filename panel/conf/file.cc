@@ -135,9 +135,16 @@ void File::PutInPlace() {
 }
 
 void File::TakeBack() {
-  if (is_touched_) {
+  if (!is_touched_) {
+    Abandon();
+    return;
+  }
+  noted_ = true;
+  try {
     conf::TakeBack(replacement_->replaced());
-    noted_ = true;
+  } catch (...) {
+    Abandon();
+    throw;
   }
   Abandon();
 }

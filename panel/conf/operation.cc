@@ -64,8 +64,16 @@ void Operation::Keep() {
 }
 
 void Operation::TakeBack() {
-  for (const std::shared_ptr<File>& file : saving_) file->TakeBack();
-  RemoveJournal();
+  const auto attempt = [this](const auto& step) {
+    try {
+      step();
+    } catch (const std::exception& error) {
+      LogError("panel", error);
+      owes_files_ = true;
+    }
+  };
+  for (const std::shared_ptr<File>& file : saving_) attempt([&file] { file->TakeBack(); });
+  if (!owes_files_) attempt(&RemoveJournal);
   saving_.clear();
   changed_.clear();
   saved_ = 0;

@@ -6,6 +6,7 @@
 ///   an exit status: 0 done, 1 failed, 2 wrong usage.
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -30,6 +31,12 @@ void KeepStandardStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
     if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDWR) != stream) std::abort();
   }
+}
+
+/// A file that a limit keeps from growing is one that cannot be written, and is taken back like any
+/// other; by itself the signal would end the command on the spot. Tools start without this.
+void TakeLimitsForErrors() {
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void AddGlobalOptions(CLI::App& app, Invocation& invocation) {
@@ -119,6 +126,7 @@ Status Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   zebmail::KeepStandardStreams();
+  zebmail::TakeLimitsForErrors();
   try {
     return zebmail::Run(argc, argv);
   } catch (const std::exception& error) {

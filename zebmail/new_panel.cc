@@ -16,6 +16,7 @@
 
 #include "host/fen_err.h"
 #include "panel/process/file_handle.h"
+#include "panel/process/trust.h"
 #include "zebmail/config_text.h"
 
 namespace zebmail {
@@ -166,6 +167,12 @@ void CheckNewPanel(const InitOptions& options, const panel::Config& config) {
   CheckTool(config, "postfix-postalias", "/usr/sbin/postalias");
 }
 
+/// What could not be used later is not made.
+void RequireTrust(const fs::path& config) {
+  const std::string fault = panel::FindFaultInTrust(config);
+  if (!fault.empty()) throw fen_err::Error("file", config.string(), "is not made: " + fault);
+}
+
 /// Puts missing folders and files into a plan.
 class Planner {
  public:
@@ -268,6 +275,8 @@ PanelPlan PlanPanel(const InitOptions& options) {
   const std::string text = ConfigText(plan.config);
   CheckUtf8(text);
   if (plan.is_new) CheckNewPanel(options, plan.config);
+
+  RequireTrust(places.config);
 
   Planner planner(plan);
   // What answers for mailboxes runs in an unprivileged user's name and works in a folder below.

@@ -16,12 +16,11 @@
 #include <unistd.h>
 
 #include "host/fen_err.h"
+#include "panel/process/trust.h"
 
 namespace panel::conf {
 
 namespace {
-
-constexpr mode_t kNewFileMode = 0644;
 
 [[noreturn]] void Fail(const std::string& path, const std::string& doing) {
   throw fen_err::Error("file", path, doing + ": " + std::strerror(errno));
@@ -33,6 +32,13 @@ FileStamp ToStamp(const struct stat& status) {
 
 /// The path of the file itself, behind any symbolic links.
 std::string Target(const std::string& path) {
+  const std::string foreign = FindForeignLink(path);
+  if (!foreign.empty()) {
+    throw fen_err::Error("file", path,
+                         "is not followed through " + foreign +
+                             ", a symbolic link that belongs to neither root nor the user of this "
+                             "process: look who has put it there, and remove it");
+  }
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                          &std::free);
   if (real != nullptr) return real.get();
@@ -262,7 +268,7 @@ std::optional<FileStamp> StampOf(const std::string& path) {
 }
 
 Replacement::Replacement(std::string path, const std::optional<FileStamp>& expected,
-                         const std::function<void(const PieceWriter&)>& produce)
+                         const std::function<void(const PieceWriter&)>& produce, mode_t mode)
     : path_(std::move(path)), expected_(expected) {
   replaced_.target = Target(path_);
   replaced_.is_new = !expected;
@@ -280,7 +286,7 @@ Replacement::Replacement(std::string path, const std::optional<FileStamp>& expec
   writer.Flush();
   if (expected_) {
     KeepAttributes(replaced_.target, file_.get());
-  } else if (fchmod(file_.get(), kNewFileMode) != 0) {
+  } else if (fchmod(file_.get(), mode) != 0) {
     Fail(beside, "its mode cannot be set");
   }
   if (fsync(file_.get()) != 0) Fail(beside, "cannot be written");
@@ -329,8 +335,8 @@ void DropOld(const Replaced& replaced) {
 }
 
 FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
-                      const std::function<void(const PieceWriter&)>& produce) {
-  Replacement replacement(path, expected, produce);
+                      const std::function<void(const PieceWriter&)>& produce, mode_t mode) {
+  Replacement replacement(path, expected, produce, mode);
   const FileStamp stamp = replacement.PutInPlace();
   DropOld(replacement.replaced());
   return stamp;
@@ -343,7 +349,9 @@ void SyncFolderOf(const std::string& path) {
 }
 
 void RemoveLeftover(const std::string& path) {
-  RemoveIfThere(BesideOf(Target(path)));
+  const std::string target = Target(path);
+  RemoveIfThere(OldOf(target));
+  RemoveIfThere(BesideOf(target));
 }
 
 }  // namespace panel::conf

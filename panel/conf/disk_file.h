@@ -49,6 +49,10 @@ std::optional<FileStamp> StampOf(const std::string& path);
 
 using PieceWriter = std::function<void(std::string_view)>;
 
+/// The modes of new files: tables are for Postfix to read, notes are for the panel alone.
+constexpr mode_t kPublicFile = 0644;
+constexpr mode_t kPrivateFile = 0600;
+
 /// What has to be known to take a replacement back, by another process too.
 struct Replaced {
   std::string target;   ///< the path of the file itself, behind any symbolic links
@@ -62,7 +66,7 @@ class Replacement {
  public:
   /// As ReplaceFile, which it is the first part of.
   Replacement(std::string path, const std::optional<FileStamp>& expected,
-              const std::function<void(const PieceWriter&)>& produce);
+              const std::function<void(const PieceWriter&)>& produce, mode_t mode = kPublicFile);
   ~Replacement();
 
   Replacement(const Replacement&) = delete;
@@ -92,10 +96,11 @@ void DropOld(const Replaced& replaced);
 
 /// Replaces the file at `path`, a symbolic link being followed, by the pieces that `produce` hands
 /// to the writer it is given. `expected` is the stamp of the file that was read; without one the
-/// file must not exist yet. Returns the stamp of the new file; when it throws, nothing was
-/// replaced.
+/// file must not exist yet, and is given `mode`. Returns the stamp of the new file; when it throws,
+/// nothing was replaced.
 FileStamp ReplaceFile(const std::string& path, const std::optional<FileStamp>& expected,
-                      const std::function<void(const PieceWriter&)>& produce);
+                      const std::function<void(const PieceWriter&)>& produce,
+                      mode_t mode = kPublicFile);
 
 /// Makes a replacement outlive a crash of the machine.
 void SyncFolderOf(const std::string& path);

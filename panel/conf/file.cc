@@ -141,8 +141,14 @@ void File::PutInPlace() {
 }
 
 bool File::TakeBack() {
-  const bool is_back = !is_touched_ || conf::TakeBack(replacement_->replaced());
-  if (is_touched_) noted_ = true;
+  bool is_back = true;
+  noted_ = noted_ || is_touched_;
+  try {
+    if (is_touched_) is_back = conf::TakeBack(replacement_->replaced());
+  } catch (...) {
+    Abandon();
+    throw;
+  }
   Abandon();
   return is_back;
 }

@@ -48,9 +48,13 @@ class Operation {
   /// The change is in the database: what was saved stays.
   void Keep();
 
-  /// The change is not in the database: every file is what it was before. Throws
-  /// fen_err::Error("changed", path, ...) for one that somebody has edited since; it stays.
+  /// The change is not in the database: every file is what it was before. Where one cannot be put
+  /// back, that is logged and the journal stays. Throws fen_err::Error("changed", path, ...) for
+  /// one that somebody has edited since; it stays.
   void TakeBack();
+
+  /// Whether a file could not be put back.
+  bool owes_files() const noexcept { return owes_files_; }
 
   /// Runs the after-save actions of the saved files, or notes the tools of a rehearsal. It is apart
   /// from Save so that the database can be committed in between: a tool may run for long, and a
@@ -93,6 +97,7 @@ class Operation {
   Mode mode_;
   std::optional<ToolRehearsal> tools_;
   std::size_t saved_ = 0;
+  bool owes_files_ = false;
   std::vector<std::shared_ptr<File>> changed_;
   std::vector<std::shared_ptr<File>> saving_;  ///< since Save, until Keep or TakeBack
 };

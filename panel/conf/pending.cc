@@ -88,8 +88,8 @@ PendingWork ReadNote(const std::string& path) {
 
 /// A file that is gone since has no map to be brought in step with it.
 void MakeUp(const PendingWork& work) {
+  RemoveLeftover(work.path);
   if (StampOf(work.path)) {
-    RemoveLeftover(work.path);
     Cache::Known()->MakeUp(work.table, work.path);
   }
   ForgetPendingWork(work);
@@ -133,8 +133,10 @@ bool IsNoted(const PendingWork& work) {
 void NotePendingWork(const PendingWork& work) {
   MakeFolder();
   const std::string path = NotePath(work);
-  ReplaceFile(path, StampOf(path),
-              [&work](const PieceWriter& write) { write(work.table + "\n" + work.path + "\n"); });
+  ReplaceFile(
+      path, StampOf(path),
+      [&work](const PieceWriter& write) { write(work.table + "\n" + work.path + "\n"); },
+      kPrivateFile);
   SyncFolderOf(path);
 }
 

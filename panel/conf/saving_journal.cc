@@ -94,7 +94,8 @@ void WriteJournal(const std::string& change, const std::vector<Replaced>& files)
       text += field + '\0';
     }
   }
-  ReplaceFile(Path(), StampOf(Path()), [&text](const PieceWriter& write) { write(text); });
+  ReplaceFile(
+      Path(), StampOf(Path()), [&text](const PieceWriter& write) { write(text); }, kPrivateFile);
   SyncFolderOf(Path());
 }
 

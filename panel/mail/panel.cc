@@ -19,6 +19,7 @@
 #include "panel/conf/saving_journal.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/own_places.h"
 #include "panel/mail/postfix_command.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/step_note.h"
@@ -83,6 +84,12 @@ class CollectedSteps {
 
 std::filesystem::path LogFile() {
   return CurrentConfig().state_dir / "zebfen.log";
+}
+
+/// The folder of the state, looked at before anything in it is opened.
+const std::filesystem::path& OwnStateDir(const Config& config) {
+  RequireOwnPlaces(config);
+  return config.state_dir;
 }
 
 /// A database file that is gone must not come back as an empty panel.
@@ -165,6 +172,8 @@ std::optional<fen_err::Error> FailureOfSteps(const Steps& steps) {
   return first || steps.empty() ? first : FailureOf(&ForgetSteps);
 }
 
+const std::string kChangeIsKept = "the database and the table files hold the change\n";
+
 std::string OutstandingSteps() {
   return "what follows from it is not all done; mend the cause, then run: " + FixCommand() + "\n";
 }
@@ -182,7 +191,7 @@ PartlyDone::PartlyDone(const fen_err::Error& cause, std::string outstanding)
     : fen_err::Error(cause), outstanding_(std::move(outstanding)) {}
 
 Panel::Panel(const Config& config, Notices notices)
-    : notices_(std::move(notices)), lock_(config.state_dir, notices_.waiting) {
+    : notices_(std::move(notices)), lock_(OwnStateDir(config), notices_.waiting) {
   UseForProcess(config);
   OpenLog(LogFile());
   RequireDatabase(config.database);
@@ -206,7 +215,8 @@ void Panel::Change(const std::function<void()>& work) {
   SetUpModules();
   RequireTables();
   MakeUpPendingWork();
-  db::Transaction transaction(*database_, db::Transaction::Changes::kUnlisted);
+  std::optional<db::Transaction> transaction;
+  transaction.emplace(database_.value(), db::Transaction::Changes::kUnlisted);
   conf::Operation operation(conf::Operation::Mode::kBatch);
   const CollectedSteps collected;
   work();
@@ -215,7 +225,8 @@ void Panel::Change(const std::function<void()>& work) {
 
 Rehearsal Panel::Rehearse(const std::function<void()>& work, bool list_rows) {
   using Changes = db::Transaction::Changes;
-  const db::Transaction transaction(*database_, list_rows ? Changes::kListed : Changes::kUnlisted);
+  const db::Transaction transaction(database_.value(),
+                                    list_rows ? Changes::kListed : Changes::kUnlisted);
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);
   RequireTables();
   RehearseModules(rehearsal);
@@ -266,41 +277,76 @@ void Panel::MakeUpPendingWork() {
 
 /// Files and database change together, or neither does: what a killed process leaves in between is
 /// settled by the next one. The tools come last, since they may run for long.
-void Panel::Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps) {
+void Panel::Save(conf::Operation& operation, std::optional<db::Transaction>& transaction,
+                 const Steps& steps) {
   if (!steps.empty()) NoteSteps();
   const std::string change =
       std::to_string(str::Random<std::uint64_t>()) + std::to_string(str::Random<std::uint64_t>());
-  operation.Save(change);
   try {
-    operation.saved() == 0 ? transaction.Commit() : transaction.Commit(PanelName(), change);
+    operation.Save(change);
   } catch (const fen_err::Error& error) {
-    if (operation.saved() == 0) throw;
-    TakeBack(operation, error);
+    Refuse(operation, error);
   }
-  operation.Keep();
+  const auto commit_failure = Commit(operation, transaction, change);
+  const auto clearing_failure = FailureOf([&operation] { operation.Keep(); });
   const auto step_failure = FailureOfSteps(steps);
   const auto tool_failure = FailureOfTools([&operation] { operation.RunActions(); });
 
+  if (commit_failure) throw PartlyDone(*commit_failure, kChangeIsKept + OutstandingTools());
+  if (clearing_failure) {
+    throw PartlyDone(*clearing_failure,
+                     kChangeIsKept + "the next operation removes what is left beside them\n" +
+                         OutstandingTools());
+  }
   if (step_failure) {
-    throw PartlyDone(*step_failure, "the database and the table files hold the change\n" +
-                                        OutstandingSteps() + OutstandingTools());
+    throw PartlyDone(*step_failure, kChangeIsKept + OutstandingSteps() + OutstandingTools());
   }
   if (tool_failure) {
-    throw PartlyDone(*tool_failure,
-                     "the database and the table files hold the change\n" + OutstandingTools());
+    throw PartlyDone(*tool_failure, kChangeIsKept + OutstandingTools());
   }
 }
 
-/// A server may have stored the change though its answer did not come through. The next operation
-/// asks it.
-void Panel::TakeBack(conf::Operation& operation, const fen_err::Error& cause) const {
-  if (db::ParseUrl(CurrentConfig().database).kind != db::Kind::kSqlite) {
-    throw PartlyDone(cause,
-                     "whether the database holds the change is not known yet; the next operation "
-                     "finds out, and puts the old table files back if it does not\n");
+/// Returns the failure of a commit that has stored the change all the same.
+std::optional<fen_err::Error> Panel::Commit(conf::Operation& operation,
+                                            std::optional<db::Transaction>& transaction,
+                                            const std::string& change) {
+  try {
+    operation.saved() == 0 ? transaction->Commit() : transaction->Commit(PanelName(), change);
+  } catch (const fen_err::Error& error) {
+    if (operation.saved() == 0) throw;
+    transaction.reset();
+    if (IsStored(change, error)) return error;
+    operation.TakeBack();
+    Refuse(operation, error);
   }
-  operation.TakeBack();
-  throw cause;
+  return std::nullopt;
+}
+
+/// A server may have stored the change though its answer did not come through, so that the next
+/// operation asks it. SQLite may have written the change into its log and failed behind that; it
+/// reads the log when the database is opened anew, and then knows.
+bool Panel::IsStored(const std::string& change, const fen_err::Error& cause) {
+  const std::string& url = CurrentConfig().database;
+  const bool is_asked_now = db::ParseUrl(url).kind == db::Kind::kSqlite;
+  bool is_stored = false;
+  const auto ask = [&] {
+    database_.reset();
+    database_.emplace(url);
+    is_stored = database_->HasChange(change);
+  };
+  if (is_asked_now && !FailureOf(ask)) return is_stored;
+  throw PartlyDone(cause,
+                   "whether the database holds the change is not known yet; the next operation "
+                   "finds out, and puts the old table files back if it does not\n");
+}
+
+/// The database does not hold the change. Where a table file could not be put back, the journal is
+/// still there.
+void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause) {
+  if (!operation.owes_files()) throw cause;
+  throw PartlyDone(cause,
+                   "not every table file could be put back; the database does not hold the change, "
+                   "and the next operation puts the old files back\n");
 }
 
 /// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told
@@ -319,6 +365,7 @@ void Panel::Warn(const std::string& text) const {
 }
 
 PanelView::PanelView(const Config& config) {
+  RequireOwnPlaces(config);
   UseForProcess(config);
   OpenLog(LogFile());
   RequireDatabase(config.database);

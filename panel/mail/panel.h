@@ -93,8 +93,13 @@ class Panel {
   void SetUpModules();
   void MakeUpPendingWork();
   void SettleKilledChange();
-  void Save(conf::Operation& operation, db::Transaction& transaction, const Steps& steps);
-  [[noreturn]] void TakeBack(conf::Operation& operation, const fen_err::Error& cause) const;
+  void Save(conf::Operation& operation, std::optional<db::Transaction>& transaction,
+            const Steps& steps);
+  std::optional<fen_err::Error> Commit(conf::Operation& operation,
+                                       std::optional<db::Transaction>& transaction,
+                                       const std::string& change);
+  bool IsStored(const std::string& change, const fen_err::Error& cause);
+  [[noreturn]] static void Refuse(const conf::Operation& operation, const fen_err::Error& cause);
   std::optional<fen_err::Error> FailureOfTools(const std::function<void()>& tools) const;
   void Warn(const std::string& text) const;
 

@@ -12,17 +12,33 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <toml++/toml.h>
 #include <unistd.h>
 
 #include "host/fen_err.h"
 #include "panel/process/file_handle.h"
+#include "panel/process/trust.h"
 #include "panel/text/control_characters.h"
 
 namespace panel {
 namespace {
 
 constexpr std::int64_t kLongestToolTimeout = std::int64_t{24} * 60 * 60;
+
+/// The file names the programs that are run, as root mostly.
+void RequireTrust(const std::filesystem::path& file, const FileHandle& handle) {
+  struct stat status {};
+  if (fstat(handle.get(), &status) != 0 || S_ISFIFO(status.st_mode)) {
+    throw fen_err::Error("config", file.string(), "is a pipe, which nobody may ever write to");
+  }
+  const std::string fault = FindFaultInTrust(std::filesystem::absolute(file));
+  if (fault.empty()) return;
+  throw fen_err::Error("config", file.string(),
+                       "is not used, because who can write it names the programs that zebmail "
+                       "runs: " +
+                           fault);
+}
 
 std::string ReadFile(const std::filesystem::path& file) {
   const auto fail = [&file] {
@@ -31,8 +47,9 @@ std::string ReadFile(const std::filesystem::path& file) {
         "cannot be read (" + std::generic_category().message(errno) +
             "): run `zebmail init` to make one, or name another one with --config");
   };
-  const FileHandle handle(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileHandle handle(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!handle) fail();
+  RequireTrust(file, handle);
   std::string text;
   std::array<char, 4096> part{};
   for (;;) {

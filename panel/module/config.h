@@ -18,7 +18,9 @@
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error("config", "FILE:LINE", what is wrong and what to do about it), and nothing
-///   of the file is in use. A misspelt key is an error: what an administrator wrote must count.
+///   of the file is in use. So it does when others than root and the user of this process can write
+///   the file or put another one in its place. A misspelt key is an error: what an administrator
+///   wrote must count.
 
 #pragma once
 

@@ -12,10 +12,10 @@
 
 #include <dlfcn.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "host/fen_err.h"
 #include "panel/module/registry.h"
+#include "panel/process/trust.h"
 
 namespace panel {
 namespace {
@@ -28,12 +28,8 @@ namespace {
 void CheckTrust(const std::filesystem::path& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) Fail(path, std::generic_category().message(errno));
-  if (status.st_uid != 0 && status.st_uid != geteuid()) {
-    Fail(path, "not loaded, because it belongs to neither root nor the user of this process");
-  }
-  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-    Fail(path, "not loaded, because others than its owner can write it: run `chmod go-w` on it");
-  }
+  const std::string fault = FindFaultInRights(path, status);
+  if (!fault.empty()) Fail(path, "is not loaded: " + fault);
 }
 
 std::vector<std::filesystem::path> ListObjects(const std::filesystem::path& folder) {

@@ -153,8 +153,8 @@ TEST_F(ModuleFolder, MustNotBeWritableByOthers) {
     test_support::SetMode(folder_.path(), mode);
 
     EXPECT_EQ(Complaint(), "module: " + folder_.path().string() +
-                               ": not loaded, because others than its owner can write it: run "
-                               "`chmod go-w` on it");
+                               ": is not loaded: " + folder_.path().string() +
+                               " can be written by others than its owner: run `chmod go-w` on it");
   }
 }
 
@@ -164,8 +164,8 @@ TEST_F(ModuleFolder, MustNotHoldAPluginWritableByOthers) {
     test_support::SetMode(folder_.Path("a.so"), mode);
 
     EXPECT_EQ(Complaint(), "module: " + folder_.Path("a.so").string() +
-                               ": not loaded, because others than its owner can write it: run "
-                               "`chmod go-w` on it");
+                               ": is not loaded: " + folder_.Path("a.so").string() +
+                               " can be written by others than its owner: run `chmod go-w` on it");
   }
 }
 
@@ -175,8 +175,9 @@ TEST_F(ModuleFolder, MustNotHoldAPluginOfSomebodyElse) {
   test_support::SetOwner(folder_.Path("a.so"), {65534, 0});
 
   EXPECT_EQ(Complaint(), "module: " + folder_.Path("a.so").string() +
-                             ": not loaded, because it belongs to neither root nor the user of "
-                             "this process");
+                             ": is not loaded: " + folder_.Path("a.so").string() +
+                             " belongs to neither root nor the user of this process: look who has "
+                             "put it there, and remove it or run `chown -h root` on it");
 }
 
 TEST_F(ModuleFolder, MustNotBelongToSomebodyElse) {
@@ -184,8 +185,9 @@ TEST_F(ModuleFolder, MustNotBelongToSomebodyElse) {
   test_support::SetOwner(folder_.path(), {65534, 0});
 
   EXPECT_EQ(Complaint(), "module: " + folder_.path().string() +
-                             ": not loaded, because it belongs to neither root nor the user of "
-                             "this process");
+                             ": is not loaded: " + folder_.path().string() +
+                             " belongs to neither root nor the user of this process: look who has "
+                             "put it there, and remove it or run `chown -h root` on it");
 }
 
 TEST_F(ModuleFolder, IsFollowedByEachFactoryOnce) {

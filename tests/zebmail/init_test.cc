@@ -271,8 +271,9 @@ TEST(Init, RefusesFolderThatEverybodyCanWrite) {
   const CommandRun run = Zebmail(place.InitWords());
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zebmail: file: " + place.Path("panel") +
-                            ": can be written by everybody: run `chmod o-w` on it\n");
+  EXPECT_EQ(run.errors, "zebmail: file: " + place.Path("panel/zebmail.toml") +
+                            ": is not made: " + place.Path("panel") +
+                            " can be written by others than its owner: run `chmod go-w` on it\n");
   EXPECT_TRUE(fs::is_empty(place.Path("panel")));
 }
 

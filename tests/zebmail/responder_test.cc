@@ -466,7 +466,10 @@ TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {
   const CommandRun run = panel.Run({"responder", "on", "info@example.org"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.errors, testing::EndsWith("zebmail: file: " + note + ": Is a directory\n"));
+  EXPECT_THAT(run.errors,
+              testing::EndsWith("zebmail: file: " + note +
+                                ": is not used: it is no regular file, so the panel has not made "
+                                "it: look who has put it there, and remove it\n"));
   EXPECT_EQ(panel.MailboxTables(), tables);
   std::filesystem::remove(note);
   panel.Do({"responder", "on", "info@example.org"});
@@ -475,7 +478,7 @@ TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {
 
 TEST(ResponderFolder, ThatCannotBeMadeIsReportedAndMendedByCheckFix) {
   const MailboxPanel panel;
-  const std::string in_the_way = panel.Path("panel/state/responder");
+  const std::string in_the_way = panel.ResponderPath(1);
   test_support::WriteText(in_the_way, "");
 
   const CommandRun run = panel.Run({"responder", "on", "info@example.org"});

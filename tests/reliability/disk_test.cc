@@ -1,0 +1,181 @@
+/// NAME
+///   disk_test - operations on a disk that fails
+///
+/// PURPOSE
+///   Has one call of an operation fail after the other: the first write, the second, and so on, and
+///   likewise each fsync, rename, link, unlink and opening of a file, of the tables, of what the
+///   panel notes, and of the database. Whichever it is, the operation ends with status 1 and an
+///   error that names the reason, and leaves the whole panel as it was, or ends well; only what is
+///   to be done behind the commit may be outstanding. When the disk works again, the same operation
+///   does what it does at any time.
+///
+/// WHAT IS LOOKED AT
+///   All files byte by byte, an export of the database, the names of all files, and in the end that
+///   `check` finds nothing wrong.
+
+#include <cerrno>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/reliability/busy_panel.h"
+#include "tests/reliability/operations.h"
+#include "tests/reliability/settings.h"
+#include "tests/support/failing_calls.h"
+#include "tests/support/small_disk.h"
+
+namespace reliability {
+namespace {
+
+using test_support::FailingCalls;
+using testing::HasSubstr;
+
+/// Calls, and how they fail on a disk that is full or breaks.
+struct Fault {
+  const char* call;
+  int error;
+};
+
+const std::vector<Fault> kFaults = {{"write", ENOSPC}, {"pwrite", ENOSPC}, {"open", ENOSPC},
+                                    {"fsync", EIO},    {"fdatasync", EIO}, {"renameat2", EIO},
+                                    {"unlink", EIO}};
+
+std::string Spec(const std::string& call, int first, int error, bool is_lasting) {
+  return call + ":" + std::to_string(first) + ":" + std::to_string(error) +
+         (is_lasting ? ":always" : ":once");
+}
+
+/// Names without those of notes, which tell of what is outstanding, and of the database's own.
+std::set<std::string> WithoutNotes(const std::set<std::string>& names) {
+  std::set<std::string> rest;
+  for (const std::string& name : names) {
+    const bool is_note = name.starts_with("panel/state/pending/") || name == "panel/state/steps";
+    const bool is_database = name.starts_with("panel/panel.db-");
+    if (!is_note && !is_database) rest.insert(name);
+  }
+  return rest;
+}
+
+class Disk : public testing::Test {
+ protected:
+  /// Has the operation begin where it always does.
+  void Prepare(const Operation& operation) const {
+    panel_.PutBack();
+    if (operation.prepare) operation.prepare(panel_);
+    panel_.MakeMainCfOld();
+  }
+
+  void LearnCourse(const Operation& operation) {
+    Prepare(operation);
+    before_ = panel_.Look();
+    const CommandRun run = panel_.Run(operation.words, operation.input);
+    ASSERT_EQ(run.status, 0) << run.errors;
+    after_ = panel_.Look();
+  }
+
+  /// Runs the operation while these calls fail. Returns whether one of them has.
+  bool Try(const Operation& operation, const std::string& calls, const std::string& path = "") {
+    SCOPED_TRACE(AsText(operation.words) + " with " + calls + " " + path);
+    Prepare(operation);
+    const CommandRun run = RunWith(operation, calls, path);
+    if (!has_failed_) return false;
+    if (run.status == 0) {
+      ExpectState(panel_.Look(), after_);
+    } else {
+      EXPECT_EQ(run.status, 1) << run.errors;
+      EXPECT_THAT(run.errors, testing::StartsWith("zebmail: "));
+      ExpectOneOfTwo(run);
+      Repeat(operation);
+    }
+    ExpectGood();
+    return true;
+  }
+
+  const BusyPanel& panel() const noexcept { return panel_; }
+  std::string Folder(const std::string& name = "") const { return panel_.panel().Path(name); }
+
+ private:
+  CommandRun RunWith(const Operation& operation, const std::string& calls,
+                     const std::string& path) {
+    const FailingCalls failing(FAILING_CALLS_LIBRARY, calls, path.empty() ? Folder() : path);
+    CommandRun run = panel_.Run(operation.words, operation.input);
+    has_failed_ = failing.HaveFailed();
+    return run;
+  }
+
+  /// The files are looked at before anything else can set them right.
+  void ExpectOneOfTwo(const CommandRun& run) {
+    const Files files = panel_.ReadFiles();
+    const State found = panel_.Look();
+    is_kept_ = found.database == after_.database;
+    const State& meant = is_kept_ ? after_ : before_;
+    EXPECT_EQ(found.database, meant.database) << run.errors;
+    const bool says_kept = run.errors.find("hold the change\n") != std::string::npos;
+    const bool says_owed = run.errors.find("puts the old files back\n") != std::string::npos ||
+                           run.errors.find("puts the old table files back") != std::string::npos;
+    EXPECT_EQ(says_kept, is_kept_) << run.errors;
+    if (is_kept_) return;
+    if (!says_owed) {
+      EXPECT_EQ(files, before_.files) << run.errors;
+    }
+    ExpectState(found, before_);
+  }
+
+  /// What was kept needs no more than what is outstanding.
+  void Repeat(const Operation& operation) {
+    const CommandRun run =
+        is_kept_ ? panel_.Run({"check", "--fix"}) : panel_.Run(operation.words, operation.input);
+    EXPECT_EQ(run.status, 0) << run.output << run.errors;
+    ExpectState(panel_.Look(), after_);
+  }
+
+  static void ExpectState(const State& found, const State& meant) {
+    EXPECT_EQ(found.files, meant.files);
+    EXPECT_EQ(found.database, meant.database);
+    EXPECT_EQ(WithoutNotes(found.names), WithoutNotes(meant.names));
+  }
+
+  void ExpectGood() const { EXPECT_EQ(panel_.FaultOfMaps(), ""); }
+
+  BusyPanel panel_;
+  State before_;
+  State after_;
+  bool has_failed_ = false;
+  bool is_kept_ = false;
+};
+
+const Operation& Import() {
+  static const std::vector<Operation> operations = AllOperations();
+  for (const Operation& operation : operations) {
+    if (operation.words.front() == "import") return operation;
+  }
+  throw std::logic_error("there is no import");
+}
+
+TEST_F(Disk, ThatFailsOnceLeavesAnImportDoneOrUndone) {
+  LearnCourse(Import());
+  for (const Fault& fault : kFaults) {
+    int failed = 0;
+    while (Try(Import(), Spec(fault.call, failed + 1, fault.error, false))) ++failed;
+    EXPECT_GT(failed, 0) << fault.call;
+    std::cout << fault.call << " " << failed << "\n";
+    if (HasFailure()) break;
+  }
+}
+
+TEST_F(Disk, ThatFailsForGoodLeavesAnImportDoneOrUndone) {
+  LearnCourse(Import());
+  for (const Fault& fault : kFaults) {
+    int failed = 0;
+    while (Try(Import(), Spec(fault.call, failed + 1, fault.error, true))) ++failed;
+    EXPECT_GT(failed, 0) << fault.call;
+    if (HasFailure()) break;
+  }
+}
+
+}  // namespace
+}  // namespace reliability

@@ -17,6 +17,9 @@ namespace {
 
 using panel::mail::SenderList;
 
+/// More than any thing of a panel takes.
+constexpr std::size_t kLongestLine = std::size_t{64} << 20;
+
 const char* NameOf(SenderList list) {
   return list == SenderList::kWhite ? "whitelist" : "blacklist";
 }
@@ -166,6 +169,18 @@ Said Read(const std::string& text) {
   return said;
 }
 
+/// Reads the next line, without its end, into `line`; returns whether there was one. Beyond the
+/// longest it reads no more, since a device goes on for ever.
+bool ReadLine(std::istream& stream, std::string& line) {
+  line.clear();
+  for (char byte = 0; stream.get(byte) && byte != '\n'; line += byte) {
+    if (line.size() == kLongestLine) {
+      Refuse("is longer than " + std::to_string(kLongestLine) + " bytes");
+    }
+  }
+  return stream || !line.empty();
+}
+
 }  // namespace
 
 std::string ToLine(const panel::mail::WebDomain& domain) {
@@ -194,11 +209,13 @@ std::string ToLine(SenderList list, const std::string& value) {
 std::vector<panel::mail::ImportLine> ReadLines(std::istream& stream, const std::string& name) {
   std::vector<panel::mail::ImportLine> lines;
   std::string text;
-  for (std::size_t number = 1; std::getline(stream, text); ++number) {
-    if (text.find_first_not_of(" \t\r") == std::string::npos) continue;
+  for (std::size_t number = 1;; ++number) {
     const std::string place = name + ":" + std::to_string(number);
     try {
-      lines.push_back({place, Read(text)});
+      if (!ReadLine(stream, text)) break;
+      if (text.find_first_not_of(" \t\r") != std::string::npos) {
+        lines.push_back({place, Read(text)});
+      }
     } catch (const fen_err::Error& error) {
       throw fen_err::Error("value", place, error.value());
     }

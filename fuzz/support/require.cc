@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-void Report(std::string_view promise, const Evidence& evidence) {
+void Report(std::string_view promise, Evidence evidence) {
   std::cerr << "\nNOT TRUE: " << promise << "\n";
   for (const auto& [name, text] : evidence) {
     std::cerr << "  " << name << ": \"" << panel::EscapeControlCharacters(text) << "\"\n";

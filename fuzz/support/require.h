@@ -7,20 +7,20 @@
 
 #pragma once
 
+#include <initializer_list>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace fuzz {
 
-/// Texts with the names under which they are printed.
-using Evidence = std::vector<std::pair<std::string_view, std::string_view>>;
+/// Texts with the names under which they are printed. It costs nothing while promises hold.
+using Evidence = std::initializer_list<std::pair<std::string_view, std::string_view>>;
 
 /// Prints what was promised and the evidence, and ends the process.
-[[noreturn]] void Report(std::string_view promise, const Evidence& evidence);
+[[noreturn]] void Report(std::string_view promise, Evidence evidence);
 
 /// Goes on when the promise `holds`.
-inline void Require(bool holds, std::string_view promise, const Evidence& evidence = {}) {
+inline void Require(bool holds, std::string_view promise, Evidence evidence = {}) {
   if (!holds) Report(promise, evidence);
 }
 

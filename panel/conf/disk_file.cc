@@ -195,10 +195,24 @@ bool IsSameText(const std::optional<FileStamp>& now, const FileStamp& before) {
          now->modified.tv_nsec == before.modified.tv_nsec;
 }
 
-/// Whether the new file stands in its place.
-bool IsOurs(const Replaced& replaced) {
-  const std::optional<FileStamp> now = StampOf(replaced.target);
-  return now && now->device == replaced.device && now->inode == replaced.inode;
+/// Whether the file at `path` is the new one.
+bool IsNew(const std::string& path, const Replaced& replaced) {
+  const std::optional<FileStamp> now = StampOf(path);
+  return now && now->device == replaced.written.device && now->inode == replaced.written.inode;
+}
+
+/// Takes the new file, which nobody has edited, out of its place and puts the old one, at `old`,
+/// there. The new one is looked at once more when they have changed places.
+bool PutBack(const Replaced& replaced, const std::string& old) {
+  if (!IsSameText(StampOf(replaced.target), replaced.written)) return false;
+  if (replaced.is_new) {
+    RemoveIfThere(replaced.target);
+    return true;
+  }
+  if (!ChangePlaces(old, replaced.target)) Fail(replaced.target, "cannot be put back");
+  if (IsSameText(StampOf(old), replaced.written)) return true;
+  if (!ChangePlaces(old, replaced.target)) Fail(replaced.target, "cannot be put back");
+  return false;
 }
 
 std::string ReadAll(int descriptor, std::size_t size, const std::string& path) {
@@ -276,9 +290,7 @@ Replacement::Replacement(std::string path, const std::optional<FileStamp>& expec
     Fail(beside, "its mode cannot be set");
   }
   if (fsync(file_.get()) != 0) Fail(beside, "cannot be written");
-  const FileStamp stamp = StampOfOpen(file_, beside);
-  replaced_.device = stamp.device;
-  replaced_.inode = stamp.inode;
+  replaced_.written = StampOfOpen(file_, beside);
   temporary.Keep();
 }
 
@@ -307,19 +319,19 @@ FileStamp Replacement::PutInPlace() {
 
 /// The old file is beside the new one, or has its second name where a process was killed while they
 /// changed places by steps.
-void TakeBack(const Replaced& replaced) {
+bool TakeBack(const Replaced& replaced) {
   const std::string beside = BesideOf(replaced.target);
   const std::string old = OldOf(replaced.target);
-  if (IsOurs(replaced)) {
-    if (replaced.is_new) {
-      RemoveIfThere(replaced.target);
-    } else if (rename((StampOf(old) ? old : beside).c_str(), replaced.target.c_str()) != 0) {
-      Fail(replaced.target, "cannot be put back");
-    }
+  const bool is_in_place = IsNew(replaced.target, replaced);
+  if (is_in_place && StampOf(old) && !IsNew(old, replaced) &&
+      rename(old.c_str(), beside.c_str()) != 0) {
+    Fail(replaced.target, "cannot be put back");
   }
+  const bool is_back = !is_in_place || PutBack(replaced, beside);
   RemoveIfThere(old);
   RemoveIfThere(beside);
   SyncFolderOf(replaced.target);
+  return is_back;
 }
 
 void DropOld(const Replaced& replaced) {

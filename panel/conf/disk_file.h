@@ -55,9 +55,8 @@ constexpr mode_t kPrivateFile = 0600;
 
 /// What has to be known to take a replacement back, by another process too.
 struct Replaced {
-  std::string target;  ///< the path of the file itself, behind any symbolic links
-  dev_t device = 0;    ///< of the new file
-  ino_t inode = 0;
+  std::string target;   ///< the path of the file itself, behind any symbolic links
+  FileStamp written;    ///< of the new file; when it was put in place is not in it
   bool is_new = false;  ///< there was none before
 };
 
@@ -88,8 +87,9 @@ class Replacement {
 };
 
 /// Puts the old file in place again if the new one stands there, and removes what was made beside
-/// it. A file that somebody else has put there meanwhile stays.
-void TakeBack(const Replaced& replaced);
+/// it. A file that somebody else has put there meanwhile stays, and so does a new one that somebody
+/// has edited; returns whether there is none such.
+bool TakeBack(const Replaced& replaced);
 
 /// Removes the old file.
 void DropOld(const Replaced& replaced);

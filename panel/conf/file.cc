@@ -106,13 +106,17 @@ void File::Leave() {
 void File::Write() {
   Prepare();
   try {
-    stamp_ = replacement_->PutInPlace();
+    PutInPlace();
   } catch (...) {
     Abandon();
     throw;
   }
   Settle();
   DropOld();
+}
+
+void File::RequireCurrent() const {
+  if (!IsCurrent()) throw fen_err::Error("changed", path_, "");
 }
 
 void File::Prepare() {
@@ -131,22 +135,26 @@ void File::Prepare() {
 void File::PutInPlace() {
   is_touched_ = true;
   stamp_ = replacement_->PutInPlace();
-  Settle();
+  changed_ = false;
+  written_ = true;
+  if (Operation* operation = Operation::Current()) operation->CountSaved();
 }
 
-void File::TakeBack() {
+bool File::TakeBack() {
   if (!is_touched_) {
     Abandon();
-    return;
+    return true;
   }
   noted_ = true;
+  bool is_back = false;
   try {
-    conf::TakeBack(replacement_->replaced());
+    is_back = conf::TakeBack(replacement_->replaced());
   } catch (...) {
     Abandon();
     throw;
   }
   Abandon();
+  return is_back;
 }
 
 void File::DropOld() {
@@ -155,11 +163,7 @@ void File::DropOld() {
   is_touched_ = false;
 }
 
-/// The new text is on disk.
 void File::Settle() {
-  changed_ = false;
-  written_ = true;
-  if (Operation* operation = Operation::Current()) operation->CountSaved();
   SyncFolderOf(path_);
 }
 

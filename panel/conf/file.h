@@ -71,12 +71,16 @@ class File : public std::enable_shared_from_this<File> {
   void Write();
 
   /// The same in steps, for files that are replaced together. The new text is written beside the
-  /// file; it is put in place, the old file being kept; and that is taken back or dropped. A file
-  /// whose old text has come back has its action outstanding, since its map is older now.
+  /// file; it is put in place, the old file being kept; that is made to outlive a crash; and it is
+  /// taken back or dropped. A file whose old text has come back has its action outstanding, since
+  /// its map is older now. TakeBack returns whether it could be: somebody may have edited the new
+  /// text, which stays then.
   void Prepare();
   const Replaced& replaced() const { return replacement_->replaced(); }
+  void RequireCurrent() const;
   void PutInPlace();
-  void TakeBack();
+  void Settle();
+  bool TakeBack();
   void DropOld();
 
   /// Runs the after-save action and, when it succeeds, removes the note.
@@ -87,7 +91,6 @@ class File : public std::enable_shared_from_this<File> {
 
  private:
   void Leave();
-  void Settle();
   void Abandon();
 
   const Table& table_;

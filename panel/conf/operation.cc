@@ -49,7 +49,10 @@ void Operation::Save(const std::string& change) {
       files.push_back(saving_[prepared]->replaced());
     }
     WriteJournal(change, files);
+    // Nothing slow comes between the first and the last, so that hardly anybody sees half of it.
+    for (const std::shared_ptr<File>& file : saving_) file->RequireCurrent();
     for (const std::shared_ptr<File>& file : saving_) file->PutInPlace();
+    for (const std::shared_ptr<File>& file : saving_) file->Settle();
   } catch (...) {
     saving_.resize(prepared);
     TakeBack();
@@ -72,11 +75,20 @@ void Operation::TakeBack() {
       owes_files_ = true;
     }
   };
-  for (const std::shared_ptr<File>& file : saving_) attempt([&file] { file->TakeBack(); });
+  std::string edited;
+  for (const std::shared_ptr<File>& file : saving_) {
+    attempt([&file, &edited] {
+      if (!file->TakeBack()) edited = file->path();
+    });
+  }
   if (!owes_files_) attempt(&RemoveJournal);
   saving_.clear();
   changed_.clear();
   saved_ = 0;
+  if (edited.empty()) return;
+  throw fen_err::Error("changed", edited,
+                       "somebody has edited it while it was saved, so it keeps what the database "
+                       "does not have; zebmail check tells what that is");
 }
 
 void Operation::RunActions() {

@@ -70,8 +70,11 @@ std::optional<Journal> ReadJournal() {
   while (!fields.IsAtEnd()) {
     Replaced file;
     file.target = fields.Next();
-    file.device = fields.NextNumber();
-    file.inode = fields.NextNumber();
+    file.written.device = fields.NextNumber();
+    file.written.inode = fields.NextNumber();
+    file.written.size = static_cast<off_t>(fields.NextNumber());
+    file.written.modified.tv_sec = static_cast<time_t>(fields.NextNumber());
+    file.written.modified.tv_nsec = static_cast<long>(fields.NextNumber());
     file.is_new = fields.NextNumber() != 0;
     journal.files.push_back(file);
   }
@@ -83,8 +86,11 @@ std::optional<Journal> ReadJournal() {
 void WriteJournal(const std::string& change, const std::vector<Replaced>& files) {
   std::string text = change + '\0';
   for (const Replaced& file : files) {
-    for (const std::string& field : {file.target, std::to_string(file.device),
-                                     std::to_string(file.inode), std::to_string(file.is_new)}) {
+    const FileStamp& written = file.written;
+    for (const std::string& field :
+         {file.target, std::to_string(written.device), std::to_string(written.inode),
+          std::to_string(written.size), std::to_string(written.modified.tv_sec),
+          std::to_string(written.modified.tv_nsec), std::string(file.is_new ? "1" : "0")}) {
       text += field + '\0';
     }
   }
@@ -99,13 +105,21 @@ void RemoveJournal() {
   }
 }
 
-bool SettleJournal(const std::function<bool(const std::string& change)>& is_committed) {
+Settled SettleJournal(const std::function<bool(const std::string& change)>& is_committed) {
+  RemoveLeftover(Path());
   const std::optional<Journal> journal = ReadJournal();
-  if (!journal) return false;
+  if (!journal) return {};
   const bool stays = is_committed(journal->change);
-  for (const Replaced& file : journal->files) stays ? DropOld(file) : TakeBack(file);
+  Settled settled{!stays, {}};
+  for (const Replaced& file : journal->files) {
+    if (stays) {
+      DropOld(file);
+    } else if (!TakeBack(file)) {
+      settled.edited.push_back(file.target);
+    }
+  }
   RemoveJournal();
-  return !stays;
+  return settled;
 }
 
 }  // namespace panel::conf

@@ -24,8 +24,13 @@ void WriteJournal(const std::string& change, const std::vector<Replaced>& files)
 
 void RemoveJournal();
 
-/// Settles what a killed process has left; does nothing when there is no journal. Returns whether
-/// files came back.
-bool SettleJournal(const std::function<bool(const std::string& change)>& is_committed);
+/// What became of a change that was killed.
+struct Settled {
+  bool came_back = false;           ///< its old files did
+  std::vector<std::string> edited;  ///< those that did not, since somebody edited the new ones
+};
+
+/// Settles what a killed process has left, be it half a journal; does nothing when it left none.
+Settled SettleJournal(const std::function<bool(const std::string& change)>& is_committed);
 
 }  // namespace panel::conf

@@ -15,12 +15,11 @@
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/mailbox_ends.h"
 #include "panel/mail/names.h"
+#include "panel/mail/shortened_findings.h"
 #include "panel/mail/value_list.h"
 
 namespace panel::mail {
 namespace {
-
-constexpr std::size_t kMost = 20;
 
 bool IsUnixUser(const std::string& name) {
   constexpr std::size_t kRoomForAnyEntry = 16384;
@@ -62,16 +61,6 @@ Addresses MailboxesByName(Lookups& lookups) {
 std::string Mend(const MailboxEnds& ends) {
   if (!ends.suggestion.empty()) return SetCommand({"mailbox_transport", ends.suggestion});
   return "give mailbox_transport in main.cf the way to an IMAP server";
-}
-
-/// The first ones, and one finding for all others.
-Findings Shortened(Findings findings, const std::string& mend) {
-  if (findings.size() <= kMost) return findings;
-  const std::string more = std::to_string(findings.size() - kMost);
-  const std::string why = findings.front().why;
-  findings.resize(kMost);
-  findings.push_back({"wiring", "and " + more + " more", "are like these", why, mend, {}});
-  return findings;
 }
 
 }  // namespace

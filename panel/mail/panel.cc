@@ -201,9 +201,13 @@ Panel::Panel(const Config& config, Notices notices)
 
 /// A process that was killed while it saved has left some files new and some old.
 void Panel::SettleKilledChange() {
-  const bool came_back = conf::SettleJournal(
+  const conf::Settled settled = conf::SettleJournal(
       [this](const std::string& change) { return database_->HasChange(change); });
-  if (came_back) Log("mail", "took the table files of a change back that was killed");
+  if (settled.came_back) Log("mail", "took the table files of a change back that was killed");
+  for (const std::string& file : settled.edited) {
+    Warn(file + " was edited since the change that wrote it was killed, and stays as it is;\n" +
+         "what it has and the panel does not, tells: " + Command("check") + "\n");
+  }
 }
 
 void Panel::Change(const std::function<void()>& work) {
@@ -348,7 +352,7 @@ void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause
 /// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told
 /// to read when it starts.
 std::optional<fen_err::Error> Panel::FailureOfTools(const std::function<void()>& tools) const {
-  const auto failure = FailureOf(tools);
+  auto failure = FailureOf(tools);
   if (!failure || !IsNeedlessReload(*failure)) return failure;
   ForgetReloads();
   Warn("Postfix does not run; it reads the change when it starts\n");

@@ -5,18 +5,18 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/fen_err.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/names.h"
+#include "panel/mail/shortened_findings.h"
 #include "panel/mail/table_path.h"
 #include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
-
-constexpr std::size_t kMost = 20;
 
 /// Whether the verdict ends the search without a refusal (access(5)).
 bool LetsThrough(const std::string& verdict) {
@@ -51,7 +51,6 @@ Findings CheckSuspensions() {
   } catch (const fen_err::Error& error) {
     if (error.type() != "file") throw;
   }
-  if (lines.size() > kMost) lines.resize(kMost);
   Findings findings;
   for (const auto& [line, suspended] : lines) {
     findings.push_back({"table",
@@ -62,7 +61,7 @@ Findings CheckSuspensions() {
                         "delete the line",
                         {}});
   }
-  return findings;
+  return Shortened(std::move(findings), "delete those lines too");
 }
 
 }  // namespace panel::mail

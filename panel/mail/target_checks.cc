@@ -16,14 +16,13 @@
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/names.h"
 #include "panel/mail/own_entries.h"
+#include "panel/mail/shortened_findings.h"
 #include "panel/mail/table_path.h"
 #include "panel/mail/text_table.h"
 #include "panel/mail/value_list.h"
 
 namespace panel::mail {
 namespace {
-
-constexpr std::size_t kMost = 20;
 
 /// A line of a domain or a mailbox of the panel, as Postfix reads it.
 struct Line {
@@ -139,19 +138,9 @@ Findings CheckTargets() {
     return table.Find(left.first.key)->line < table.Find(right.first.key)->line;
   });
   Findings findings;
-  for (const auto& [line, strange] : lines) {
-    if (findings.size() == kMost) {
-      findings.push_back({"table",
-                          table.path(),
-                          "has " + std::to_string(lines.size() - kMost) + " more lines like these",
-                          "that holds until the panel writes the line anew",
-                          "mend the lines above, then check again",
-                          {}});
-      break;
-    }
-    findings.push_back(AsFinding(line, strange, table));
-  }
-  return findings;
+  findings.reserve(lines.size());
+  for (const auto& [line, strange] : lines) findings.push_back(AsFinding(line, strange, table));
+  return Shortened(std::move(findings), "mend the lines above, then check again");
 }
 
 }  // namespace panel::mail

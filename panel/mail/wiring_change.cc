@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <functional>
+#include <ranges>
 #include <system_error>
 #include <utility>
 
@@ -32,7 +33,7 @@ class Undoing {
  public:
   Undoing() = default;
   ~Undoing() {
-    for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) (*step)();
+    for (const auto& step : std::views::reverse(steps_)) step();
   }
   Undoing(const Undoing&) = delete;
   Undoing& operator=(const Undoing&) = delete;
@@ -66,7 +67,7 @@ void WriteAll(const FileHandle& file, const fs::path& path, std::string_view byt
 fs::path KeepCopy(const fs::path& path, const std::string& bytes, Undoing& undoing) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) Fail(path, "cannot be read");
-  const fs::path copy = CopyName(path);
+  fs::path copy = CopyName(path);
   const FileHandle file(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   if (!file) Fail(copy, "cannot be created");
   undoing.Add([copy] { unlink(copy.c_str()); });
@@ -85,7 +86,10 @@ fs::path WriteClientRule(const fs::path& path, Undoing& undoing) {
   fs::path copy;
   if (before.stamp) {
     copy = KeepCopy(path, before.bytes, undoing);
-    undoing.Add([copy, path] { rename(copy.c_str(), path.c_str()); });
+    undoing.Add([copy, path] {
+      std::error_code failed;  // the rule that stays then does what it should
+      fs::rename(copy, path, failed);
+    });
   } else {
     undoing.Add([path] { unlink(path.c_str()); });
   }

@@ -292,7 +292,7 @@ TEST_F(Saving, ABatchThatIsKeptLeavesNothingBeside) {
   batch.Keep();
 
   EXPECT_THAT(FilesBeside(), ElementsAre("one", "two"));
-  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }));
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }).came_back);
   EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
 }
 
@@ -308,16 +308,17 @@ TEST_F(Saving, AKilledBatchIsTakenBackWhenTheDatabaseDoesNotHaveIt) {
   EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
 
   std::string asked;
-  const bool came_back = SettleJournal([&asked](const std::string& change) {
+  const auto settled = SettleJournal([&asked](const std::string& change) {
     asked = change;
     return false;
   });
 
-  EXPECT_TRUE(came_back);
+  EXPECT_TRUE(settled.came_back);
+  EXPECT_THAT(settled.edited, testing::IsEmpty());
   EXPECT_EQ(asked, "the change");
   EXPECT_EQ(ReadText(folder / "one"), "a 1\n");
   EXPECT_THAT(FilesBeside(), ElementsAre("one"));
-  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }));
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return false; }).came_back);
 }
 
 TEST_F(Saving, AKilledBatchStaysWhenTheDatabaseHasIt) {
@@ -328,7 +329,7 @@ TEST_F(Saving, AKilledBatchStaysWhenTheDatabaseHasIt) {
     batch.Save("the change");
   });
 
-  EXPECT_FALSE(SettleJournal([](const std::string&) { return true; }));
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return true; }).came_back);
 
   EXPECT_EQ(ReadText(folder / "one"), "a 2\n");
   EXPECT_THAT(FilesBeside(), ElementsAre("one", "two"));
@@ -347,6 +348,47 @@ TEST_F(Saving, WhatSomebodyElseHasWrittenSinceStaysWhenAKilledBatchIsTakenBack) 
 
   EXPECT_EQ(ReadText(folder / "one"), "a 3\n");
   EXPECT_THAT(FilesBeside(), ElementsAre("one"));
+}
+
+TEST_F(Saving, WhatSomebodyElseHasAddedSinceStaysWhenAKilledBatchIsTakenBack) {
+  WriteText(folder / "one", "a 1\n");
+  WriteText(folder / "two", "a 1\n");
+  BatchInAnotherProcess([this](Operation& batch) {
+    SetIn(folder / "one", "a", "2");
+    SetIn(folder / "two", "a", "2");
+    batch.Save("the change");
+  });
+  WriteText(folder / "one", "a 2\nb 1\n");
+
+  const auto settled = SettleJournal([](const std::string&) { return false; });
+
+  EXPECT_THAT(settled.edited, ElementsAre((folder / "one").string()));
+  EXPECT_EQ(ReadText(folder / "one"), "a 2\nb 1\n");
+  EXPECT_EQ(ReadText(folder / "two"), "a 1\n");
+  EXPECT_THAT(FilesBeside(), ElementsAre("one", "two"));
+}
+
+TEST_F(Saving, WhatSomebodyElseHasAddedMeanwhileStaysWhenABatchIsTakenBack) {
+  WriteText(folder / "one", "a 1\n");
+  Operation batch(Operation::Mode::kBatch);
+  SetIn(folder / "one", "a", "2");
+  batch.Save("the change");
+  WriteText(folder / "one", "a 2\nb 1\n");
+
+  EXPECT_EQ(ErrorOf([&batch] { batch.TakeBack(); }),
+            "changed: " + (folder / "one").string() +
+                ": somebody has edited it while it was saved, so it keeps what the database does "
+                "not have; zebmail check tells what that is");
+
+  EXPECT_EQ(ReadText(folder / "one"), "a 2\nb 1\n");
+}
+
+TEST_F(Saving, AJournalThatAKilledProcessHasNotFinishedIsNoneAndIsRemoved) {
+  const fs::path half = panel.folder().WriteText("state/.saving.zebmail", "123");
+
+  EXPECT_FALSE(SettleJournal([](const std::string&) { return true; }).came_back);
+
+  EXPECT_FALSE(fs::exists(half));
 }
 
 TEST_F(Saving, AJournalThatIsNoneIsAnErrorThatNamesIt) {

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/lines.h"
+
 namespace reliability {
 
 namespace fs = std::filesystem;
@@ -79,7 +81,8 @@ bool IsBookkeeping(const fs::path& path) {
 
 /// Notes of what is to be done, and files that are about to be put in place.
 bool IsOnItsWay(const fs::path& path) {
-  return path.filename().string().ends_with(".zebmail") || path.filename() == "steps" ||
+  const std::string name = path.filename();
+  return name.ends_with(".zebmail") || name == "steps" || name == "saving" ||
          path.parent_path().filename() == "pending";
 }
 
@@ -91,27 +94,17 @@ std::vector<fs::path> FilesBelow(const fs::path& folder) {
   return files;
 }
 
-std::string SortedLines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  std::sort(lines.begin(), lines.end());
-  std::string sorted;
-  for (const std::string& line : lines) sorted += line + "\n";
-  return sorted;
-}
-
 /// All that the map of the table at `path` holds, but for what postalias adds for NIS.
-std::string Contents(const std::string& config, const std::string& path) {
+std::vector<std::string> Contents(const std::string& config, const std::string& path) {
   const CommandRun run =
       test_support::RunCommand({"/usr/sbin/postmap", "-c", config, "-s", "hash:" + path});
-  if (run.status != 0 || !run.errors.empty()) return "cannot be read: " + run.errors;
+  if (run.status != 0 || !run.errors.empty()) return {"cannot be read: " + run.errors};
   std::string lines;
   std::istringstream stream(run.output);
   for (std::string line; std::getline(stream, line);) {
     if (!line.starts_with("YP_") && !line.starts_with("@\t")) lines += line + "\n";
   }
-  return SortedLines(lines);
+  return test_support::SortedLines(lines);
 }
 
 }  // namespace

@@ -7,13 +7,13 @@
 ///   so must all that the tenant has done. An operation that says that a table was changed is run
 ///   again.
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <random>
-#include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,6 +29,7 @@
 #include "panel/process/file_handle.h"
 #include "tests/reliability/settings.h"
 #include "tests/support/hand.h"
+#include "tests/support/lines.h"
 #include "tests/support/tenant.h"
 #include "tests/zebmail/own_panel.h"
 
@@ -69,12 +70,12 @@ class Hands : public testing::Test {
   std::string MissingLines(const std::multimap<std::string, std::string>& added) const {
     std::string missing;
     for (const std::string& table : kTables) {
-      std::multiset<std::string> lines;
-      std::istringstream text(panel_.Table(table));
-      for (std::string line; std::getline(text, line);) lines.insert(line + "\n");
+      const std::vector<std::string> lines = test_support::SortedLines(panel_.Table(table));
       const auto [begin, end] = added.equal_range(table);
       for (auto line = begin; line != end; ++line) {
-        if (lines.count(line->second) != 1) missing += table + ": " + line->second;
+        const std::string text = line->second.substr(0, line->second.size() - 1);
+        const auto [first, last] = std::equal_range(lines.begin(), lines.end(), text);
+        if (last - first != 1) missing += table + ": " + line->second;
       }
     }
     return missing;
@@ -83,12 +84,9 @@ class Hands : public testing::Test {
   /// Brings the maps in step with what was written by hand, and looks at everything.
   void ExpectAllThere(const std::multimap<std::string, std::string>& added) const {
     EXPECT_EQ(MissingLines(added), "");
-    std::multiset<std::string> expected;
-    for (const std::string& line : tenant_.Lines()) expected.insert(line);
-    std::multiset<std::string> exported;
-    std::istringstream lines(panel_.Do({"export"}));
-    for (std::string line; std::getline(lines, line);) exported.insert(line);
-    EXPECT_EQ(exported, expected);
+    std::vector<std::string> expected = tenant_.Lines();
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(test_support::SortedLines(panel_.Do({"export"})), expected);
     panel_.Run({"check", "--fix"});
     EXPECT_EQ(panel_.Do({"check"}), "nothing is wrong\n");
   }

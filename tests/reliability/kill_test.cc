@@ -200,6 +200,12 @@ std::string Difference(const State& found, const State& expected) {
   return part.empty() ? text : text + "database:\n" + part;
 }
 
+std::string AsLines(const std::set<std::string>& names) {
+  std::string lines;
+  for (const std::string& name : names) lines += name + "\n";
+  return lines;
+}
+
 class Kill : public testing::Test {
  protected:
   void PrintTally(const Settings& settings) const {
@@ -375,7 +381,7 @@ class Kill : public testing::Test {
     EXPECT_EQ(panel_.FaultOfMaps(), "") << next.output << next.errors;
     if (same != nullptr) {
       ++(same == states.front() && states.size() > 1 ? tally_.found_before : tally_.found_after);
-      EXPECT_EQ(found.names, same->names);
+      EXPECT_EQ(Difference(AsLines(found.names), AsLines(same->names)), "") << "in the folders";
       ExpectNothingWrong();
     } else if (IsOfParts(found, {&course.before, &course.after, &course.before_and_probe,
                                  &course.after_and_probe})) {

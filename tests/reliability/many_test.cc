@@ -11,7 +11,6 @@
 #include <iostream>
 #include <mutex>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +20,7 @@
 #include "panel/mail/panel.h"
 #include "panel/module/config.h"
 #include "tests/reliability/settings.h"
+#include "tests/support/lines.h"
 #include "tests/support/tenant.h"
 #include "tests/zebmail/own_panel.h"
 
@@ -29,19 +29,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using test_support::CommandRun;
+using test_support::SortedLines;
 using test_support::Tenant;
 
 constexpr int kOperations = 320;
 constexpr int kProcesses = 8;
 constexpr int kThreads = 8;
-
-std::vector<std::string> SortedLines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  std::sort(lines.begin(), lines.end());
-  return lines;
-}
 
 /// What went wrong in threads of which gtest knows nothing.
 class Failures {

@@ -18,6 +18,7 @@ void EditByHand(const BusyPanel& panel) {
   std::string text = panel.panel().Table("virtusertable");
   text = Replaced(text, "@ignore.example\tdevnull", "@ignore.example\tpostfix_err_nouser");
   text = Replaced(text, "user7@many.example\tuser7@many.example\n", "");
+  text = Replaced(text, "alias7@many.example\tuser7@many.example\n", "");
   text += "@web.example\tdevnull\n";
   for (int number = 0; number < 50; ++number) {
     const std::string address = "hand" + std::to_string(number) + "@web.example";

@@ -11,7 +11,6 @@
 #include <functional>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +20,7 @@
 #include "host/fen_err.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/panel.h"
+#include "tests/support/lines.h"
 #include "tests/support/tenant.h"
 #include "tests/support/test_panel.h"
 
@@ -28,6 +28,7 @@ namespace {
 
 using panel::mail::MailModule;
 using panel::mail::Panel;
+using test_support::SortedLines;
 
 constexpr int kThreads = 8;
 constexpr int kDomains = 3;
@@ -42,14 +43,6 @@ void InThreads(const std::function<void(int)>& work) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < kThreads; ++thread) threads.emplace_back(work, thread);
   for (std::thread& thread : threads) thread.join();
-}
-
-std::vector<std::string> SortedLines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  std::sort(lines.begin(), lines.end());
-  return lines;
 }
 
 class Operations : public testing::Test {

@@ -50,6 +50,12 @@ Case Name(const char* name, const std::string& value, const std::string& shown) 
   return {name, {"domain", "create", "--", value}, NotADomain(shown)};
 }
 
+std::string Repeated(const std::string& text, int times) {
+  std::string all;
+  for (; times > 0; --times) all += text;
+  return all;
+}
+
 const std::string kLongLabel(64, 'a');
 const std::string kLabel = std::string(63, 'a') + ".";
 
@@ -75,6 +81,15 @@ TEST(RefusedInput, NamesThatAreNoDomains) {
                  Name("ZeroWidthSpace", "exam\u200bple.com", "exam\\xe2\\x80\\x8bple.com"),
                  Name("TerminalEscape", "\x1b[31m.example", "\\x1b[31m.example"),
                  Name("TerminalEscapeOfLatin1", "\u009b31m.example", "\\xc2\\x9b31m.example")});
+}
+
+TEST(RefusedInput, IsShownByItsBeginningAndItsEndWhenItIsLong) {
+  ExpectRefused(
+      {Name("Long", std::string(5000, 'a'),
+            std::string(749, 'a') + " [... 5023 bytes in all ...] " + std::string(228, 'a')),
+       Name("LongAndNotAscii", std::string(400, 'a') + std::string(4000, '\x9b'),
+            std::string(400, 'a') + Repeated("\\x9b", 349) + " [... 4423 bytes in all ...] " +
+                Repeated("\\x9b", 228))});
 }
 
 const std::string kNone = " is none of error, ignore, redir_email, redir_domain\n";

@@ -301,7 +301,7 @@ TEST(SenderListRefuses, HostileValues) {
                  Hostile("/.*/", "/.*/"),
                  Hostile("\x1b[31m.example", "\\x1b[31m.example"),
                  Hostile("ｅxample.com", "ｅxample.com"),
-                 Hostile("caf\xe9.example", "caf\xe9.example"),
+                 Hostile("caf\xe9.example", "caf\\xe9.example"),
                  {{"whitelist", "add", "a+(b"}, NoValue("whitelist", "a+(b")},
                  {{"whitelist", "remove", "a b"}, NoValue("whitelist", "a b")}});
 }

@@ -750,6 +750,18 @@ TEST(Trace, RefusesWhatIsNoAddress) {
   }
 }
 
+TEST(Trace, ShowsSoMuchOfALongValue) {
+  const TracePanel panel;
+  panel.AddLines("access", "long@example.org 550 x" + std::string(50000, 'y') + "\n");
+
+  const CommandRun run = panel.Run({"trace", "long@example.org"});
+
+  EXPECT_THAT(run.output, HasSubstr("long@example.org -> 550 xyyy"));
+  EXPECT_THAT(run.output, HasSubstr("yyy [... "));
+  EXPECT_THAT(run.output, HasSubstr(" bytes in all ...] yyy"));
+  EXPECT_LT(run.output.size(), std::size_t{10000});
+}
+
 TEST(Trace, ShowsHostileBytesInOneLine) {
   const TracePanel panel;
   panel.AddLines("virtusertable", "evil@example.org \x1b[31mred\r\tx@example.net\n");

@@ -394,6 +394,11 @@ TEST_F(Transfer, RefusesTwoLinesOfOneThing) {
       "one of the two lines\n");
 }
 
+TEST_F(Transfer, DoesNotReadADeviceForEver) {
+  EXPECT_EQ(panel_.Run({"import", "/dev/zero"}).errors,
+            "zebmail: value: /dev/zero:1: is longer than 67108864 bytes\n");
+}
+
 TEST_F(Transfer, RefusesWhatIsNoLineOfAPanel) {
   const std::string place = "value: standard input:1: ";
   EXPECT_THAT(FailureOf("a.example\n"), StartsWith(place + "is no JSON: parse error at line 1"));

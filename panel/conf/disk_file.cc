@@ -195,9 +195,9 @@ bool IsSameText(const std::optional<FileStamp>& now, const FileStamp& before) {
          now->modified.tv_nsec == before.modified.tv_nsec;
 }
 
-/// Whether the new file stands in its place.
-bool IsOurs(const Replaced& replaced) {
-  const std::optional<FileStamp> now = StampOf(replaced.target);
+/// Whether the file at `path` is the new one.
+bool IsNew(const std::string& path, const Replaced& replaced) {
+  const std::optional<FileStamp> now = StampOf(path);
   return now && now->device == replaced.written.device && now->inode == replaced.written.inode;
 }
 
@@ -322,7 +322,12 @@ FileStamp Replacement::PutInPlace() {
 bool TakeBack(const Replaced& replaced) {
   const std::string beside = BesideOf(replaced.target);
   const std::string old = OldOf(replaced.target);
-  const bool is_back = !IsOurs(replaced) || PutBack(replaced, StampOf(old) ? old : beside);
+  const bool is_in_place = IsNew(replaced.target, replaced);
+  if (is_in_place && StampOf(old) && !IsNew(old, replaced) &&
+      rename(old.c_str(), beside.c_str()) != 0) {
+    Fail(replaced.target, "cannot be put back");
+  }
+  const bool is_back = !is_in_place || PutBack(replaced, beside);
   RemoveIfThere(old);
   RemoveIfThere(beside);
   SyncFolderOf(replaced.target);

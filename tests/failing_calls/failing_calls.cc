@@ -8,7 +8,8 @@
 ///     FAILING_CALLS   "CALL:FIRST:ERRNO:HOW", several with "," between them. CALL is rename,
 ///                     renameat2, link, unlink, fsync, fdatasync, write, pwrite or open, which
 ///                     stands for one that makes or writes a file; FIRST is the number of the first
-///                     call that fails, from 1; HOW is once or always
+///                     call that fails, from 1; HOW is once, always, or given, which is always
+///                     and is not reported
 ///     FAILING_PATH    calls count whose path, or the path of whose file, begins like this
 ///     FAILING_REPORT  a file that is made when a call has failed
 ///
@@ -37,6 +38,7 @@ struct Failure {
   long first = 0;
   int error = 0;
   bool is_lasting = false;
+  bool is_given = false;  ///< always, and not reported
   long calls = 0;
   bool is_short = false;  ///< the call before was a write that wrote a part
 };
@@ -62,7 +64,8 @@ std::vector<Failure> ReadFailures() {
     failure.call = Take(one, ':');
     failure.first = std::stol(Take(one, ':'));
     failure.error = std::stoi(Take(one, ':'));
-    failure.is_lasting = one == "always";
+    failure.is_given = one == "given";
+    failure.is_lasting = failure.is_given || one == "always";
     failures.push_back(failure);
   }
   return failures;
@@ -101,7 +104,7 @@ bool IsToFail(const char* call, Object object) {
   Failure* const failure = FailureOf(call);
   const bool fails = failure != nullptr && Counts(object) && ++failure->calls >= failure->first &&
                      (failure->calls == failure->first || failure->is_lasting);
-  if (fails) Report();
+  if (fails && !failure->is_given) Report();
   errno = fails ? failure->error : error;
   return fails;
 }

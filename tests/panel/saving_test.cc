@@ -391,6 +391,23 @@ TEST_F(Saving, AJournalThatAKilledProcessHasNotFinishedIsNoneAndIsRemoved) {
   EXPECT_FALSE(fs::exists(half));
 }
 
+TEST_F(Saving, NotesAndJournalAreForTheOwnerAloneWhateverTheUmask) {
+  for (const mode_t mask : {0000U, 0077U}) {
+    const mode_t before = umask(mask);
+    panel::conf::NotePendingWork({"sample::Table", panel.Table("virtusertable")});
+    panel::conf::WriteJournal("change", {});
+    umask(before);
+
+    EXPECT_EQ(test_support::ModeOf(panel.state_dir() / "saving"), 0600U);
+    EXPECT_EQ(test_support::ModeOf(panel.state_dir() / "pending"), 0700U);
+    for (const auto& note : std::filesystem::directory_iterator(panel.state_dir() / "pending")) {
+      EXPECT_EQ(test_support::ModeOf(note.path()), 0600U);
+    }
+    panel::conf::RemoveJournal();
+    std::filesystem::remove_all(panel.state_dir() / "pending");
+  }
+}
+
 TEST_F(Saving, AJournalThatIsNoneIsAnErrorThatNamesIt) {
   const std::string journal = panel.folder().WriteText("state/saving", "rubbish");
 

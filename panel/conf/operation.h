@@ -49,8 +49,8 @@ class Operation {
   void Keep();
 
   /// The change is not in the database: every file is what it was before. Where one cannot be put
-  /// back, that is logged and the journal stays. Throws fen_err::Error("changed", path, ...) for one
-  /// that somebody has edited since; it stays.
+  /// back, that is logged and the journal stays. Throws fen_err::Error("changed", path, ...) for
+  /// one that somebody has edited since; it stays.
   void TakeBack();
 
   /// Whether a file could not be put back.

@@ -60,7 +60,7 @@ Finding DifferenceFinding(const std::string& object, const std::string& what) {
           object,
           what,
           "mail goes by the tables, and the panel's next changes by what it knows",
-          panel::mail::Command("sync") + ", or put right in the tables what was changed there",
+          "put right in the tables what was changed there, or run: " + panel::mail::Command("sync"),
           {}};
 }
 

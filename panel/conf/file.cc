@@ -141,14 +141,10 @@ void File::PutInPlace() {
 }
 
 bool File::TakeBack() {
-  if (!is_touched_) {
-    Abandon();
-    return true;
-  }
-  noted_ = true;
-  bool is_back = false;
+  bool is_back = true;
+  noted_ = noted_ || is_touched_;
   try {
-    is_back = conf::TakeBack(replacement_->replaced());
+    if (is_touched_) is_back = conf::TakeBack(replacement_->replaced());
   } catch (...) {
     Abandon();
     throw;

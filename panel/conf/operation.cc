@@ -7,6 +7,8 @@
 #include <atomic>
 #include <exception>
 #include <iterator>
+#include <map>
+#include <utility>
 
 #include "host/fen_err.h"
 #include "panel/conf/cache.h"
@@ -20,6 +22,20 @@ namespace panel::conf {
 namespace {
 
 std::atomic<Operation*> current = nullptr;
+
+/// Two tables in one file would each take the other's text for somebody else's.
+void RequireApart(const std::vector<std::shared_ptr<File>>& files) {
+  std::map<std::pair<dev_t, ino_t>, std::string> seen;
+  for (const std::shared_ptr<File>& file : files) {
+    const std::optional<FileStamp> stamp = StampOf(file->path());
+    if (!stamp) continue;
+    const auto [first, is_new] = seen.emplace(std::pair(stamp->device, stamp->inode), file->path());
+    if (is_new) continue;
+    throw fen_err::Error(
+        "file", file->path(),
+        "is the same file as " + first->second + "; give each table a file of its own");
+  }
+}
 
 }  // namespace
 
@@ -41,6 +57,7 @@ Operation::~Operation() {
 void Operation::Save(const std::string& change) {
   saving_ = Differing();
   if (saving_.empty()) return;
+  RequireApart(saving_);
   std::size_t prepared = 0;
   try {
     std::vector<Replaced> files;
@@ -67,6 +84,7 @@ void Operation::Keep() {
 }
 
 void Operation::TakeBack() {
+  std::string edited;
   const auto attempt = [this](const auto& step) {
     try {
       step();
@@ -75,7 +93,6 @@ void Operation::TakeBack() {
       owes_files_ = true;
     }
   };
-  std::string edited;
   for (const std::shared_ptr<File>& file : saving_) {
     attempt([&file, &edited] {
       if (!file->TakeBack()) edited = file->path();

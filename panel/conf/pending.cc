@@ -88,8 +88,8 @@ PendingWork ReadNote(const std::string& path) {
 
 /// A file that is gone since has no map to be brought in step with it.
 void MakeUp(const PendingWork& work) {
+  RemoveLeftover(work.path);
   if (StampOf(work.path)) {
-    RemoveLeftover(work.path);
     Cache::Known()->MakeUp(work.table, work.path);
   }
   ForgetPendingWork(work);

@@ -19,6 +19,9 @@
 namespace panel::mail {
 namespace {
 
+const char* const kStays =
+    "it stays there when the domain is deleted, and Postfix goes on taking its mail";
+
 class HostNameCheck {
  public:
   explicit HostNameCheck(std::string path) : path_(std::move(path)) {
@@ -40,28 +43,27 @@ class HostNameCheck {
 
  private:
   void Look(std::size_t number, const std::string& line, const std::string& word) {
-    const std::string name = LowerCase(word);
+    const std::string name = LowerCase(word.substr(word.starts_with('!') ? 1 : 0));
     if (!domains_.contains(name)) return;
+    if (name.size() != word.size()) {
+      Add(number, "leaves " + name + " out",
+          "Postfix takes none of its mail, whatever stands further down", "delete the line");
+      return;
+    }
     if (line != name) {
-      Add(number, "has " + name + " in another form than the panel gives it",
+      Add(number, "has " + name + " in another form than the panel gives it", kStays,
           "write the name alone, in lower case, without anything else in the line");
       return;
     }
     const auto [first, is_new] = first_lines_.emplace(name, number);
     if (is_new) return;
     Add(number, "has " + name + ", which line " + std::to_string(first->second) + " has already",
-        "delete the line");
+        kStays, "delete the line");
   }
 
-  void Add(std::size_t number, const std::string& what, const std::string& mend) {
-    findings_.push_back(
-        {"table",
-         path_ + ":" + std::to_string(number),
-         what,
-         "it stays there when the domain is deleted, and Postfix goes on taking its "
-         "mail",
-         mend,
-         {}});
+  void Add(std::size_t number, const std::string& what, const std::string& why,
+           const std::string& mend) {
+    findings_.push_back({"table", path_ + ":" + std::to_string(number), what, why, mend, {}});
   }
 
   std::string path_;

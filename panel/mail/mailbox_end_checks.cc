@@ -36,7 +36,9 @@ std::set<std::string> DomainsLedElsewhere(Lookups& lookups) {
   const std::vector<std::string> names = Column("SELECT name FROM email_domain");
   std::set<std::string> domains;
   for (const std::string& map : SplitList(ReadParameters({parameter})[parameter].expanded)) {
-    for (const auto& [domain, way] : lookups.Ask(parameter, map, names)) domains.insert(domain);
+    for (const auto& [domain, way] : lookups.Ask(parameter, map, names)) {
+      if (!way.starts_with("local:") && !way.starts_with(':')) domains.insert(domain);
+    }
   }
   return domains;
 }

@@ -18,19 +18,21 @@
 namespace panel::mail {
 namespace {
 
-/// Whether the verdict ends the search without a refusal (access(5)).
+/// Whether the verdict is no refusal (access(5)): whatever else it is, it ends the search.
 bool LetsThrough(const std::string& verdict) {
   const std::string word = LowerCase(verdict.substr(0, verdict.find_first_of(" \t")));
   const bool is_number = word.find_first_not_of("0123456789") == std::string::npos;
-  const bool is_reply = word.size() == 3 && (word[0] == '4' || word[0] == '5');
-  return word == "ok" || word == "dunno" || word.starts_with("permit") || (is_number && !is_reply);
+  const bool is_reply = is_number && word.size() == 3 && (word[0] == '4' || word[0] == '5');
+  const bool is_enhanced = word.starts_with("4.") || word.starts_with("5.");
+  return !is_reply && !is_enhanced && word != "reject" && word != "defer" && word != "discard" &&
+         word != "defer_if_reject";
 }
 
 /// The lines that let mail for something suspended through, by their numbers.
 std::vector<std::pair<std::size_t, Suspended>> OpenLines(TextTable& access) {
   std::vector<std::pair<std::size_t, Suspended>> lines;
   access.ForEach([&](const std::string& key, const std::string& verdict) {
-    if (key.find('@') == std::string::npos || !LetsThrough(verdict)) return;
+    if (!LetsThrough(verdict)) return;
     if (auto suspended = FindSuspension(key)) {
       lines.emplace_back(access.Find(key)->line, std::move(*suspended));
     }

@@ -4,6 +4,7 @@
 #include "panel/mail/target_checks.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -42,11 +43,13 @@ bool IsOwnTarget(const Line& line, const std::string& target) {
          IsOwnEntry(target);
 }
 
-/// An alias leads to one name of its domain that has a line itself.
+/// An alias leads to one name of its domain that has a line itself, and is written as that is.
 bool IsAlias(const Line& line, TextTable& table) {
   if (line.targets.size() != 1) return false;
   const std::string& target = line.targets.front();
-  return LowerCase(target).ends_with("@" + line.domain) && table.Find(target).has_value();
+  if (!target.ends_with("@" + line.domain)) return false;
+  const std::optional<Entry> entry = table.Find(target);
+  return entry && entry->key == target;
 }
 
 bool IsDefaultAction(const std::vector<std::string>& targets) {
@@ -66,11 +69,15 @@ std::vector<std::string> StrangeTargets(const Line& line, TextTable& table) {
   return strange;
 }
 
+std::set<std::string> PanelDomains() {
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
+  return {names.begin(), names.end()};
+}
+
 /// The lines of the panel's domains that lead to more than the panel knows of. A name in quotes is
 /// another check's to tell of.
-std::vector<std::pair<Line, std::vector<std::string>>> StrangeLines(TextTable& table) {
-  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
-  const std::set<std::string> domains(names.begin(), names.end());
+std::vector<std::pair<Line, std::vector<std::string>>> StrangeLines(
+    TextTable& table, const std::set<std::string>& domains) {
   std::vector<std::pair<Line, std::vector<std::string>>> lines;
   table.ForEach([&](const std::string& key, const std::string& value) {
     const std::size_t at = key.rfind('@');
@@ -88,23 +95,33 @@ std::string MendDomain() {
          " there, then run: " + Command("sync");
 }
 
-/// An update of the mailbox writes its line anew.
-std::string MendMailbox(const Line& line, const std::vector<std::string>& strange) {
-  const bool is_kept = std::any_of(line.targets.begin(), line.targets.end(),
-                                   [&](const auto& one) { return LowerCase(one) == line.key; });
-  std::vector<std::string> forwards;
-  std::copy_if(strange.begin(), strange.end(), std::back_inserter(forwards),
-               [](const std::string& target) { return test::Const<test::Email>(target); });
-  std::string mend =
-      Command("mailbox update " + ShellWord(line.key) + " --drop-mail " + (is_kept ? "off" : "on"));
-  if (!forwards.empty()) {
-    mend =
-        Command("forward add " + ShellWord(line.key) + " " + ShellWords(forwards)) + " && " + mend;
-  }
-  return mend;
+/// Whether a forward to the target does what the target does now.
+bool CanBeForward(const std::string& target, const std::set<std::string>& domains) {
+  return test::Const<test::Email>(target) &&
+         !domains.contains(LowerCase(target.substr(target.rfind('@') + 1)));
 }
 
-Finding AsFinding(const Line& line, const std::vector<std::string>& strange, TextTable& table) {
+/// An update of the mailbox writes its line anew, with what it is to keep as forwards. A target
+/// that cannot be one is for the administrator to see to.
+std::string MendMailbox(const Line& line, const std::vector<std::string>& strange,
+                        const std::set<std::string>& domains) {
+  const bool can_be_forwards =
+      std::all_of(strange.begin(), strange.end(),
+                  [&domains](const auto& target) { return CanBeForward(target, domains); });
+  const MailboxRow mailbox = LookUpMailbox(line.key);
+  if (!can_be_forwards || !mailbox || !mailbox->active) {
+    return "have the line lead to " + line.key +
+           " or to another mailbox of its domain, then run: " + Command("sync");
+  }
+  const bool is_kept = std::any_of(line.targets.begin(), line.targets.end(),
+                                   [&](const auto& one) { return LowerCase(one) == line.key; });
+  return Command("forward add " + ShellWord(line.key) + " " + ShellWords(strange)) + " && " +
+         Command("mailbox update " + ShellWord(line.key) + " --drop-mail " +
+                 (is_kept ? "off" : "on"));
+}
+
+Finding AsFinding(const Line& line, const std::vector<std::string>& strange, TextTable& table,
+                  const std::set<std::string>& domains) {
   const std::string where = table.path() + ":" + std::to_string(table.Find(line.key)->line);
   const std::string leads = "leads " + line.key + " to " + Listing(strange);
   if (line.local.empty()) {
@@ -119,7 +136,7 @@ Finding AsFinding(const Line& line, const std::vector<std::string>& strange, Tex
           where,
           leads + ", of which the panel does not know",
           "that holds until the panel writes the line anew",
-          MendMailbox(line, strange),
+          MendMailbox(line, strange, domains),
           {}};
 }
 
@@ -128,9 +145,10 @@ Finding AsFinding(const Line& line, const std::vector<std::string>& strange, Tex
 /// That the table cannot be read is another check's to say.
 Findings CheckTargets() {
   TextTable table(TablePath("virtusertable"), Format::kPostmap);
+  const std::set<std::string> domains = PanelDomains();
   std::vector<std::pair<Line, std::vector<std::string>>> lines;
   try {
-    lines = StrangeLines(table);
+    lines = StrangeLines(table, domains);
   } catch (const fen_err::Error& error) {
     if (error.type() != "file") throw;
   }
@@ -139,7 +157,9 @@ Findings CheckTargets() {
   });
   Findings findings;
   findings.reserve(lines.size());
-  for (const auto& [line, strange] : lines) findings.push_back(AsFinding(line, strange, table));
+  for (const auto& [line, strange] : lines) {
+    findings.push_back(AsFinding(line, strange, table, domains));
+  }
   return Shortened(std::move(findings), "mend the lines above, then check again");
 }
 

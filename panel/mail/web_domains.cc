@@ -11,6 +11,14 @@
 #include "panel/mail/names.h"
 
 namespace panel::mail {
+namespace {
+
+/// A table that was read before may hold a domain that is to be taken over now.
+void ReadTablesAnew() {
+  zeb_db::GetCache().Query("DELETE FROM file_stamp");
+}
+
+}  // namespace
 
 void AddWebDomain(const std::string& name, std::int64_t owner) {
   if (owner < 0) Refuse("owner", std::to_string(owner), "is not the number of a user");
@@ -22,6 +30,7 @@ void AddWebDomain(const std::string& name, std::int64_t owner) {
   row->name = CheckedDomainName(name);
   row->users = owner;
   row->Post();
+  ReadTablesAnew();
 }
 
 void RemoveWebDomain(const std::string& name) {

@@ -140,6 +140,8 @@ WiringChange ChangeOf(const Wiring& wiring) {
 
 WiringResult Apply(const WiringChange& change) {
   WiringResult result;
+  conf::RemoveLeftover(ConfigFolder() / "main.cf");
+  conf::RemoveLeftover(change.client_rule);
   if (change.IsEmpty()) return result;
   // Asked before anything is changed, so that a command that cannot be started keeps all as it is.
   const bool is_running = IsPostfixRunning();

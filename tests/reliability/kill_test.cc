@@ -41,7 +41,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Time = std::chrono::microseconds;
 
-constexpr int kKills = 120;  ///< in both tests
+constexpr int kKills = 90;  ///< in both tests
 constexpr int kKilled = 128 + SIGKILL;
 
 /// A domain that no operation knows of is created after some kills.

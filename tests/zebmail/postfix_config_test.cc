@@ -656,7 +656,7 @@ INSTANTIATE_TEST_SUITE_P(
                              [](const UnwiredPanel& panel) {
                                fs::create_directory(panel.Path("config/.main.cf.zebmail"));
                              },
-                             "config/.main.cf.zebmail: cannot be created"},
+                             "config/.main.cf.zebmail: cannot be removed"},
                     Obstacle{"MainCfIsNoFile",
                              [](const UnwiredPanel& panel) {
                                fs::remove(panel.main_cf());

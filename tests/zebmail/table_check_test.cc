@@ -1,6 +1,7 @@
 /// NAME
 ///   table_check_test - what `zebmail check` finds in tables that somebody has edited
 
+#include <filesystem>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -43,9 +44,10 @@ class EditedPanel : public AnsweringPanel {
   }
 
   std::string Sync() const {
-    return "mail goes by the tables, and the panel's next changes by what it knows; mend: "
-           "zebmail --config " +
-           config() + " sync, or put right in the tables what was changed there\n";
+    return "mail goes by the tables, and the panel's next changes by what it knows; mend: put "
+           "right "
+           "in the tables what was changed there, or run: zebmail --config " +
+           config() + " sync\n";
   }
 };
 
@@ -150,9 +152,9 @@ TEST(TableCheck, NamesTargetsOfWhichThePanelDoesNotKnow) {
           zebmail +
           "sync\n"
           "MAIL/virtusertable:5 leads shop@b.example to other@c.example, bare, of which the "
-          "panel does not know; that holds until the panel writes the line anew; mend: " +
-          zebmail + "forward add shop@b.example other@c.example && " + zebmail +
-          "mailbox update shop@b.example --drop-mail on\n");
+          "panel does not know; that holds until the panel writes the line anew; mend: have "
+          "the line lead to shop@b.example or to another mailbox of its domain, then run: " +
+          zebmail + "sync\n");
 }
 
 TEST(TableCheck, GivesCommandsThatMakeForwardsOfThoseTargets) {
@@ -187,7 +189,8 @@ TEST(TableCheck, NamesHostNamesInAFormThatThePanelDoesNotFind) {
                  "mail.example, b.example\n"
                  "b.example\n"
                  "a.example\n"
-                 "Own.example another.example # a.example\n");
+                 "Own.example another.example # a.example\n"
+                 "!B.example\n");
   const std::string words =
       "; it stays there when the domain is deleted, and Postfix goes on taking its mail; mend: ";
   const std::string form = " in another form than the panel gives it" + words +
@@ -199,7 +202,10 @@ TEST(TableCheck, NamesHostNamesInAFormThatThePanelDoesNotFind) {
                 "MAIL/local-host-names:4 has a.example" + form +
                 "MAIL/local-host-names:5 has b.example" + form +
                 "MAIL/local-host-names:7 has a.example, which line 2 has already" + words +
-                "delete the line\n");
+                "delete the line\n"
+                "MAIL/local-host-names:9 leaves b.example out; Postfix takes none "
+                "of its mail, whatever stands further down; mend: delete the "
+                "line\n");
 }
 
 TEST(TableCheck, NamesLinesThatLetMailThroughForWhatIsSuspended) {
@@ -211,14 +217,45 @@ TEST(TableCheck, NamesLinesThatLetMailThroughForWhatIsSuspended) {
                "info+x@a.example\tpermit_inet_interfaces\n"
                "other@a.example\t554 no\n"
                "shop@b.example\tDUNNO\n"
-               "boss@b.example\t550 no\n");
+               "boss@b.example\t550 no\n"
+               "x@b.example\tWARN x\n"
+               "y@b.example\tDEFER_IF_REJECT no\n");
   const std::string words =
       ", which is suspended; Postfix looks this line up before the one of the suspension; mend: "
       "delete the line\n";
 
   EXPECT_EQ(panel.Findings(),
             "MAIL/access:4 lets mail through for the mailbox info@a.example" + words +
-                "MAIL/access:6 lets mail through for the domain b.example" + words);
+                "MAIL/access:6 lets mail through for the domain b.example" + words +
+                "MAIL/access:8 lets mail through for the domain b.example" + words);
+}
+
+TEST(Sync, TakesADomainOverWhoseWebDomainIsNewThoughItsTableWasReadBefore) {
+  const EditedPanel panel;
+  panel.Append("virtusertable", "@late.example\tdevnull\n");
+  panel.Do({"sync"});
+  EXPECT_THAT(panel.Do({"domain", "list"}), Not(HasSubstr("late.example")));
+
+  panel.Do({"webdomain", "add", "late.example", "--owner", "1"});
+  panel.Do({"sync"});
+
+  EXPECT_THAT(panel.Do({"domain", "list"}), HasSubstr("late.example"));
+}
+
+TEST(TwoTables, InOneFileAreRefused) {
+  const EditedPanel panel;
+  std::filesystem::remove(panel.Path("panel/mail/access"));
+  std::filesystem::create_symlink("virtusertable", panel.Path("panel/mail/access"));
+  const auto before = Snapshot(panel.Path("panel/mail"));
+
+  const CommandRun run = panel.Run({"mailbox", "suspend", "info@a.example"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: file: " + panel.Path("panel/mail/access") +
+                            ": is the same file as " + panel.Path("panel/mail/virtusertable") +
+                            "; give each table a file of its own\n");
+  EXPECT_TRUE(Snapshot(panel.Path("panel/mail")) == before);
+  EXPECT_THAT(panel.Do({"mailbox", "list"}), HasSubstr("active"));
 }
 
 TEST(TableCheck, NamesTwentyLinesAndCountsTheOthers) {

@@ -2,6 +2,8 @@
 ///   disk_failure_test - changes on a disk that is full or read-only, and files that are in the way
 
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 

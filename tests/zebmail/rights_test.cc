@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <string>

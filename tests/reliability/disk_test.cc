@@ -35,7 +35,7 @@ namespace {
 using test_support::FailingCalls;
 using testing::HasSubstr;
 
-constexpr int kStep = 5;  ///< among all other tests one call of so many fails
+constexpr int kStep = 17;  ///< among all other tests one call of so many fails
 
 /// Calls, and how they fail on a disk that is full or breaks.
 struct Fault {

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <functional>
-#include <ranges>
 #include <system_error>
 #include <utility>
 
@@ -33,7 +32,7 @@ class Undoing {
  public:
   Undoing() = default;
   ~Undoing() {
-    for (const auto& step : std::views::reverse(steps_)) step();
+    for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) (*step)();
   }
   Undoing(const Undoing&) = delete;
   Undoing& operator=(const Undoing&) = delete;

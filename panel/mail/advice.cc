@@ -8,7 +8,6 @@
 
 #include <cxxabi.h>
 
-#include "host/fen_cf.h"
 #include "host/str.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/postfix_command.h"
@@ -55,11 +54,6 @@ std::string Command(const std::string& words) {
 
 std::string FixCommand() {
   return Command("check --fix");
-}
-
-bool IsReload(const conf::PendingWork& work) {
-  return work.path == fen_cf::GetPath("postfix-localhostnames") ||
-         work.path == fen_cf::GetPath("postfix-master");
 }
 
 std::string DescribeOutstandingTool(const conf::PendingWork& work) {

@@ -22,9 +22,6 @@ std::string Command(const std::string& words);
 /// The command that makes up for outstanding work of the panel in use.
 std::string FixCommand();
 
-/// Whether the outstanding work is a reload of Postfix.
-bool IsReload(const conf::PendingWork& work);
-
 /// What is outstanding, behind the path of the file: which tool.
 std::string DescribeOutstandingTool(const conf::PendingWork& work);
 

@@ -24,9 +24,7 @@ const char* const kStays =
 
 class HostNameCheck {
  public:
-  explicit HostNameCheck(std::string path) : path_(std::move(path)) {
-    for (const std::string& name : Column("SELECT name FROM email_domain")) domains_.insert(name);
-  }
+  explicit HostNameCheck(std::string path) : path_(std::move(path)), domains_(DomainNames()) {}
 
   Findings Run() {
     std::istringstream text(conf::ReadWholeFile(path_).bytes);

@@ -58,6 +58,11 @@ std::optional<std::string> UseOfName(const zeb_db::EmailDomainTable& domain,
   return "an alias of " + InUnicode(AddressOf(mailbox));
 }
 
+std::set<std::string> DomainNames() {
+  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
+  return {names.begin(), names.end()};
+}
+
 std::vector<std::string> Column(const std::string& query) {
   std::vector<std::string> values;
   for (fen_db::Result rows = zeb_db::GetCache().Query(query); !rows.Eof(); rows.Next()) {

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ std::string AddressOf(MailboxRow& mailbox);
 /// no such name.
 std::optional<std::string> UseOfName(const zeb_db::EmailDomainTable& domain,
                                      const std::string& local);
+
+/// The names of all domains of the panel.
+std::set<std::string> DomainNames();
 
 /// The first column of each row of a query.
 std::vector<std::string> Column(const std::string& query);

@@ -10,8 +10,6 @@
 
 #include "host/fen_cf.h"
 #include "host/fen_proc.h"
-#include "panel/conf/pending.h"
-#include "panel/mail/advice.h"
 #include "panel/mail/postconf.h"
 #include "panel/module/log.h"
 #include "panel/process/tools.h"
@@ -58,6 +56,11 @@ bool IsNeedlessReload(const fen_err::Error& failure) {
     LogError("mail", error);  // then the failure stays one
     return false;
   }
+}
+
+bool IsReload(const conf::PendingWork& work) {
+  return work.path == fen_cf::GetPath("postfix-localhostnames") ||
+         work.path == fen_cf::GetPath("postfix-master");
 }
 
 void ForgetReloads() {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "host/fen_err.h"
+#include "panel/conf/pending.h"
 
 namespace panel::mail {
 
@@ -22,6 +23,9 @@ bool IsPostfixRunning();
 
 /// Whether the failure is that of a reload for which there was no Postfix, which is none.
 bool IsNeedlessReload(const fen_err::Error& failure);
+
+/// Whether the outstanding work is a reload of Postfix.
+bool IsReload(const conf::PendingWork& work);
 
 /// Removes the notes of outstanding reloads.
 void ForgetReloads();

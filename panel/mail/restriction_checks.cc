@@ -103,10 +103,9 @@ bool IsOfThisMachineAlone(const std::string& service) {
 
 /// The domains of the panel that lie below other ones.
 std::vector<std::string> DomainsBelowOthers() {
-  const std::vector<std::string> names = Column("SELECT name FROM email_domain ORDER BY name");
-  const std::set<std::string> domains(names.begin(), names.end());
+  const std::set<std::string> domains = DomainNames();
   std::vector<std::string> below;
-  std::copy_if(names.begin(), names.end(), std::back_inserter(below), [&](const auto& name) {
+  std::copy_if(domains.begin(), domains.end(), std::back_inserter(below), [&](const auto& name) {
     for (std::size_t dot = name.find('.'); dot != std::string::npos;
          dot = name.find('.', dot + 1)) {
       if (domains.contains(name.substr(dot + 1))) return true;

@@ -167,7 +167,7 @@ Findings CheckOtherMaps(const Wiring& wiring) {
 
 /// Postfix has relay_domains in mind only for domains that are not local, so a domain may be there.
 Findings CheckDomainLists(const Wiring&) {
-  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
+  const std::set<std::string> names = DomainNames();
   Parameters parameters = ReadParameters({"virtual_alias_domains", "virtual_mailbox_domains"});
   Findings findings;
   for (const auto& [name, parameter] : parameters) {
@@ -175,8 +175,7 @@ Findings CheckDomainLists(const Wiring&) {
     const auto ask = [&lookups, list = name](const std::string& map, const auto& keys) {
       return lookups.Ask(list, map, keys);
     };
-    const std::set<std::string> found = NamesInList(
-        SplitList(parameter.expanded), std::set<std::string>(names.begin(), names.end()), ask);
+    const std::set<std::string> found = NamesInList(SplitList(parameter.expanded), names, ask);
     if (parameter.is_set) {
       findings.insert(findings.end(), lookups.findings.begin(), lookups.findings.end());
     }

@@ -31,6 +31,7 @@ struct Line {
   std::string local;  ///< empty for the line of a domain
   std::string domain;
   std::vector<std::string> targets;
+  std::size_t number = 0;  ///< known for the lines that are told of
 };
 
 bool IsOwnEntry(const std::string& target) {
@@ -69,11 +70,6 @@ std::vector<std::string> StrangeTargets(const Line& line, TextTable& table) {
   return strange;
 }
 
-std::set<std::string> PanelDomains() {
-  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
-  return {names.begin(), names.end()};
-}
-
 /// The lines of the panel's domains that lead to more than the panel knows of. A name in quotes is
 /// another check's to tell of.
 std::vector<std::pair<Line, std::vector<std::string>>> StrangeLines(
@@ -83,9 +79,11 @@ std::vector<std::pair<Line, std::vector<std::string>>> StrangeLines(
     const std::size_t at = key.rfind('@');
     if (at == std::string::npos || !domains.contains(key.substr(at + 1))) return;
     if (at != 0 && !test::Const<test::Email>(key)) return;
-    const Line line{key, key.substr(0, at), key.substr(at + 1), SplitList(value)};
+    Line line{key, key.substr(0, at), key.substr(at + 1), SplitList(value)};
     std::vector<std::string> strange = StrangeTargets(line, table);
-    if (!strange.empty()) lines.emplace_back(line, std::move(strange));
+    if (strange.empty()) return;
+    line.number = table.Find(key)->line;
+    lines.emplace_back(std::move(line), std::move(strange));
   });
   return lines;
 }
@@ -120,23 +118,17 @@ std::string MendMailbox(const Line& line, const std::vector<std::string>& strang
                  (is_kept ? "off" : "on"));
 }
 
-Finding AsFinding(const Line& line, const std::vector<std::string>& strange, TextTable& table,
-                  const std::set<std::string>& domains) {
-  const std::string where = table.path() + ":" + std::to_string(table.Find(line.key)->line);
+Finding AsFinding(const Line& line, const std::vector<std::string>& strange,
+                  const std::string& path, const std::set<std::string>& domains) {
+  const std::string where = path + ":" + std::to_string(line.number);
   const std::string leads = "leads " + line.key + " to " + Listing(strange);
-  if (line.local.empty()) {
-    return {"table",
-            where,
-            leads + ", which is no default action of the panel",
-            "that holds until the panel writes the line anew",
-            MendDomain(),
-            {}};
-  }
+  const bool is_domain = line.local.empty();
   return {"table",
           where,
-          leads + ", of which the panel does not know",
+          leads + (is_domain ? ", which is no default action of the panel"
+                             : ", of which the panel does not know"),
           "that holds until the panel writes the line anew",
-          MendMailbox(line, strange, domains),
+          is_domain ? MendDomain() : MendMailbox(line, strange, domains),
           {}};
 }
 
@@ -145,20 +137,20 @@ Finding AsFinding(const Line& line, const std::vector<std::string>& strange, Tex
 /// That the table cannot be read is another check's to say.
 Findings CheckTargets() {
   TextTable table(TablePath("virtusertable"), Format::kPostmap);
-  const std::set<std::string> domains = PanelDomains();
+  const std::set<std::string> domains = DomainNames();
   std::vector<std::pair<Line, std::vector<std::string>>> lines;
   try {
     lines = StrangeLines(table, domains);
   } catch (const fen_err::Error& error) {
     if (error.type() != "file") throw;
   }
-  std::sort(lines.begin(), lines.end(), [&table](const auto& left, const auto& right) {
-    return table.Find(left.first.key)->line < table.Find(right.first.key)->line;
+  std::sort(lines.begin(), lines.end(), [](const auto& left, const auto& right) {
+    return left.first.number < right.first.number;
   });
   Findings findings;
   findings.reserve(lines.size());
   for (const auto& [line, strange] : lines) {
-    findings.push_back(AsFinding(line, strange, table, domains));
+    findings.push_back(AsFinding(line, strange, table.path(), domains));
   }
   return Shortened(std::move(findings), "mend the lines above, then check again");
 }

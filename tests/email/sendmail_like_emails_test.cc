@@ -181,6 +181,14 @@ TEST_F(ResumeEmail, WorksOutTheTargetAnewAndSetsTheAliasesOnce) {
   EXPECT_EQ(back_end.set_aliases, Lines{"j drops 0"});
 }
 
+TEST_F(ResumeEmail, SucceedsWhenTheAddressIsNotRefused) {
+  panel.SetText("virtusertable", "j@a.example\tdisabled\n");
+  panel.SetText("access", "k@a.example\t550 Account disabled\n");
+  back_end.ResumeEmail(mailbox);
+  EXPECT_EQ(panel.Text("virtusertable"), "j@a.example\tbox-j-a.example\n");
+  EXPECT_EQ(panel.Text("access"), "k@a.example\t550 Account disabled\n");
+}
+
 TEST_F(ResumeEmail, ChangesNothingForAMissingLine) {
   panel.SetText("access", "j@a.example\t550 Account disabled\n");
   EXPECT_THROW(back_end.ResumeEmail(mailbox), fen_err::Error);

@@ -39,7 +39,7 @@ std::vector<std::string> ShellReads(const std::string& line) {
     } else if (line[place] == '\\' && !is_quoted) {
       words.back() += line.at(++place);
     } else {
-      static const std::string_view kPlain = "/._-";
+      static const std::string_view kPlain = "/._-@+:,";
       const char byte = line[place];
       const bool is_plain = (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
                             (byte >= 'A' && byte <= 'Z') ||

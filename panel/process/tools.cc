@@ -5,7 +5,8 @@
 ///   The tool is the first process of a group of its own. Its output comes through a pipe, of which
 ///   only the end is kept; its input lies in a file in memory, so neither side can wait for the
 ///   other for ever. A process handle tells when the tool itself has ended: a process that it left
-///   in the background may hold the pipe open, and must not be waited for.
+///   in the background may hold the pipe open, and must not be waited for. A sandbox may have no
+///   such handles; the tool is looked at every few milliseconds there.
 ///
 /// WHEN THE PANEL IS KILLED
 ///   The tool goes on. A map that postmap has written to the half is one that Postfix reads, and
@@ -207,7 +208,7 @@ class RunningTool {
       : program_(program),
         process_(process),
         handle_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {
-    if (handle_) return;
+    if (handle_ || errno == ENOSYS) return;
     const int error = errno;
     End();
     Fail(program_, error);
@@ -217,8 +218,16 @@ class RunningTool {
   RunningTool(const RunningTool&) = delete;
   RunningTool& operator=(const RunningTool&) = delete;
 
-  /// Readable as soon as the tool has ended.
+  /// Readable as soon as the tool has ended; negative where the system has no such handles.
   int handle() const noexcept { return handle_.get(); }
+
+  bool HasEnded() const {
+    siginfo_t end{};
+    if (waitid(P_PID, static_cast<id_t>(process_), &end, WEXITED | WNOHANG | WNOWAIT) != 0) {
+      Fail(program_, errno);
+    }
+    return end.si_pid != 0;
+  }
 
   void Kill() const { kill(-process_, SIGKILL); }
 
@@ -329,6 +338,13 @@ int MillisecondsTo(Clock::time_point deadline) {
   return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
+/// How long to wait for an event: where no handle tells of the end, it is looked for often.
+int Patience(const RunningTool& tool, Clock::time_point deadline) {
+  constexpr int kOften = 10;
+  const int left = MillisecondsTo(deadline);
+  return tool.handle() < 0 ? std::min(left, kOften) : left;
+}
+
 /// Reads the output until the tool ends; returns false when it has not ended at the deadline.
 bool Follow(const std::string& program, const RunningTool& tool, const FileHandle& pipe,
             Clock::time_point deadline, Tail& output) {
@@ -336,9 +352,9 @@ bool Follow(const std::string& program, const RunningTool& tool, const FileHandl
   pollfd printed{pipe.get(), POLLIN, 0};
   for (;;) {
     std::array<pollfd, 2> events{ended, printed};
-    const int count = poll(events.data(), events.size(), MillisecondsTo(deadline));
+    const int count = poll(events.data(), events.size(), Patience(tool, deadline));
     if (count < 0 && errno != EINTR) Fail(program, errno);
-    if (count > 0 && events[0].revents != 0) return true;
+    if (tool.HasEnded()) return true;
     if (Clock::now() >= deadline) return false;
     if (count > 0 && events[1].revents != 0 &&
         ReadOutput(program, pipe, kKeptOutput, output) == 0) {

@@ -12,12 +12,15 @@
 
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
+#include <vector>
+
+#include "panel/text/byte_set.h"
 
 namespace panel::mail {
 
@@ -25,7 +28,7 @@ class TableKeys {
  public:
   /// The table whose path name is `name` behind that of the mail server ("virtusertable" for
   /// "postfix-virtusertable"), and the characters that end a key.
-  TableKeys(std::string name, std::string ends);
+  TableKeys(std::string name, std::string_view ends);
 
   TableKeys(const TableKeys&) = delete;
   TableKeys& operator=(const TableKeys&) = delete;
@@ -57,6 +60,8 @@ class TableKeys {
   };
 
   void Index();
+  void Insert(std::size_t place);
+  Places LookUp(std::string_view key) const;
   Places Locate(const std::string& key);
   Places LocateInFile(const std::string& key);
   Places Search(const std::string& key) const;
@@ -64,15 +69,19 @@ class TableKeys {
   std::string Shown(std::size_t place) const;
 
   std::string name_;
-  std::string ends_;
+  ByteSet ends_;
 
   std::string path_;
   std::string original_;
-  std::string text_;  ///< in lower case
+  std::string lower_case_;  ///< empty when the original is
+  std::string_view text_;   ///< the one of the two that is in lower case
   bool is_read_ = false;
 
   int searches_ = 0;
-  std::unordered_map<std::string_view, Places> keys_;  ///< pieces of the text
+
+  /// A hash table with linear probing: the place of a key in the lower bits, the upper bits of its
+  /// hash above them. What has one key stands in the order of the text.
+  std::vector<std::uint64_t> slots_;
   std::unordered_set<std::string> deleted_;
 };
 

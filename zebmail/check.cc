@@ -136,8 +136,18 @@ void Fix(const Finding& finding, Report& report) {
   }
 }
 
+Finding UnsettledFinding(const fen_err::Error& error) {
+  return {"saving",
+          error.object(),
+          "is of a change that can be neither kept nor taken back",
+          "no change can be made, and the tables may say what the database does not",
+          error.value(),
+          {}};
+}
+
 Report Examine(panel::mail::Panel& panel, bool fix) {
   Report report;
+  if (panel.unsettled()) report.findings.push_back(UnsettledFinding(*panel.unsettled()));
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
     panel::mail::BackEnd();
@@ -183,7 +193,9 @@ Status Check(const Invocation& invocation, bool fix) {
   fix = fix && !invocation.dry_run;
   panel::mail::Notices notices = MakeNotices(invocation);
   if (!fix) notices.warning = nullptr;
-  panel::mail::Panel panel(ReadConfig(invocation), std::move(notices));
+  panel::mail::Panel panel(ReadConfig(invocation), std::move(notices),
+                           panel::mail::Panel::Purpose::kLook);
+  fix = fix && !panel.unsettled();
   const Report report = Examine(panel, fix);
   const bool is_well = report.findings.empty();
   if (is_well && invocation.quiet) return kDone;

@@ -159,7 +159,7 @@ Status Apply(const Invocation& invocation, panel::mail::Panel& panel) {
 }
 
 Status PostfixConfig(const Invocation& invocation, bool apply) {
-  panel::mail::Panel panel = OpenPanel(invocation);
+  panel::mail::Panel panel = apply ? OpenPanel(invocation) : OpenPanelToLook(invocation);
   if (invocation.dry_run) return ShowDryRun(invocation, panel);
   return apply ? Apply(invocation, panel) : Show(invocation, panel);
 }

@@ -20,6 +20,7 @@
 #include <string>
 #include <variant>
 
+#include "panel/conf/saving_journal.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/panel.h"
 #include "zebmail/invocation.h"
@@ -132,7 +133,12 @@ std::string ToText(const Trace& trace) {
 
 Status ShowTrace(const Invocation& invocation, const std::string& address) {
   const panel::mail::PanelView panel(ReadConfig(invocation));
-  const Trace trace = panel::trace::TraceAddress(address);
+  Trace trace = panel::trace::TraceAddress(address);
+  if (panel::conf::IsJournalThere()) {
+    trace.notes.emplace_back(
+        "a change is being saved, or was killed while it was: some of the tables may be as the "
+        "others are not");
+  }
   Print(invocation, ToJson(trace), ToText(trace));
   return trace.differences.empty() ? kDone : kFailed;
 }

@@ -190,13 +190,16 @@ void AfterCommit(std::function<void()> step) {
 PartlyDone::PartlyDone(const fen_err::Error& cause, std::string outstanding)
     : fen_err::Error(cause), outstanding_(std::move(outstanding)) {}
 
-Panel::Panel(const Config& config, Notices notices)
+Panel::Panel(const Config& config, Notices notices, Purpose purpose)
     : notices_(std::move(notices)), lock_(OwnStateDir(config), notices_.waiting) {
   UseForProcess(config);
   OpenLog(LogFile());
   RequireDatabase(config.database);
   database_.emplace(config.database);
-  SettleKilledChange();
+  unsettled_ = FailureOf([this] { SettleKilledChange(); });
+  if (!unsettled_) return;
+  if (purpose == Purpose::kChange) throw *unsettled_;
+  Warn(std::string(unsettled_->what()) + "\n");
 }
 
 /// A process that was killed while it saved has left some files new and some old.
@@ -211,6 +214,7 @@ void Panel::SettleKilledChange() {
 }
 
 void Panel::Change(const std::function<void()>& work) {
+  if (unsettled_) throw *unsettled_;
   RequireTables();
   SetUpModules();
   RequireTables();

@@ -283,7 +283,7 @@ void Panel::MakeUpPendingWork() {
 /// settled by the next one. The tools come last, since they may run for long.
 void Panel::Save(conf::Operation& operation, std::optional<db::Transaction>& transaction,
                  const Steps& steps) {
-  if (!steps.empty()) NoteSteps();
+  is_step_note_own_ = !steps.empty() && NoteSteps();
   const std::string change =
       std::to_string(str::Random<std::uint64_t>()) + std::to_string(str::Random<std::uint64_t>());
   try {
@@ -344,9 +344,10 @@ bool Panel::IsStored(const std::string& change, const fen_err::Error& cause) {
                    "finds out, and puts the old table files back if it does not\n");
 }
 
-/// The database does not hold the change. Where a table file could not be put back, the journal is
-/// still there.
-void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause) {
+/// The database does not hold the change, so that no step follows from it. Where a table file could
+/// not be put back, the journal is still there.
+void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause) const {
+  if (is_step_note_own_) FailureOf(&ForgetSteps);
   if (!operation.owes_files()) throw cause;
   throw PartlyDone(cause,
                    "not every table file could be put back; the database does not hold the change, "

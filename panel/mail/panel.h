@@ -111,7 +111,7 @@ class Panel {
                                        std::optional<db::Transaction>& transaction,
                                        const std::string& change);
   bool IsStored(const std::string& change, const fen_err::Error& cause);
-  [[noreturn]] static void Refuse(const conf::Operation& operation, const fen_err::Error& cause);
+  [[noreturn]] void Refuse(const conf::Operation& operation, const fen_err::Error& cause) const;
   std::optional<fen_err::Error> FailureOfTools(const std::function<void()>& tools) const;
   void Warn(const std::string& text) const;
 

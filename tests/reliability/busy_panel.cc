@@ -83,7 +83,7 @@ bool IsBookkeeping(const fs::path& path) {
 bool IsOnItsWay(const fs::path& path) {
   const std::string name = path.filename();
   return name.ends_with(".zebmail") || name == "steps" || name == "saving" ||
-         path.parent_path().filename() == "pending";
+         path.parent_path().filename() == "pending" || path.parent_path().filename() == "main.cf";
 }
 
 std::vector<fs::path> FilesBelow(const fs::path& folder) {

@@ -19,6 +19,7 @@
 #include "panel/conf/saving_journal.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/extensions.h"
 #include "panel/mail/main_cf.h"
 #include "panel/mail/own_places.h"
 #include "panel/mail/postfix_command.h"
@@ -197,6 +198,7 @@ Panel::Panel(const Config& config, Notices notices, Purpose purpose)
   OpenLog(LogFile());
   RequireDatabase(config.database);
   database_.emplace(config.database);
+  ForgetExtensions();
   FailureOf(&RemoveCopyOfMainCf);  // is tried again before another one is made
   unsettled_ = FailureOf([this] { SettleKilledChange(); });
   if (!unsettled_) return;

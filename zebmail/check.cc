@@ -182,13 +182,14 @@ std::string AsText(const Report& report) {
   for (const std::string& mended : report.mended) text += "mended: " + Shown(mended) + "\n";
   for (const Finding& finding : report.findings) {
     text += Shown(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
-            "; mend: " + OneLine(finding.mend) + "\n";
+            "; mend: " + ToCopy(finding.mend) + "\n";
   }
   if (report.findings.empty()) text += "nothing is wrong\n";
   return text;
 }
 
-/// Nothing is mended in a dry run, which so is a look and no more.
+/// Nothing is mended in a dry run, which so is a look and no more, nor while a killed change is not
+/// settled.
 Status Check(const Invocation& invocation, bool fix) {
   fix = fix && !invocation.dry_run;
   panel::mail::Notices notices = MakeNotices(invocation);

@@ -93,7 +93,7 @@ std::string ToText(const Step& step) {
   const std::string text = is_found || step.key.empty()
                                ? Join(found, "; ", step.what)
                                : "no line for " + Join(step.key, "; ", step.what);
-  return Margin(step.depth + 1) + Shown(Join(Place(step.file, step.line), ": ", text)) + "\n";
+  return Margin(step.depth + 1) + ShownToCopy(Join(Place(step.file, step.line), ": ", text)) + "\n";
 }
 
 std::string ToText(const End& end) {
@@ -102,11 +102,13 @@ std::string ToText(const End& end) {
 
 std::string ToText(const Difference& difference) {
   if (difference.is_failure) {
-    return Shown("! Postfix cannot read " + difference.key + ": " + difference.postfix) + "\n";
+    return ShownToCopy("! Postfix cannot read " + difference.key + ": " + difference.postfix) +
+           "\n";
   }
-  return "! Postfix: " + Shown(difference.key) + " -> " + Shown(OrNothing(difference.postfix)) +
-         ", where " + OneLine(Place(difference.file, difference.line)) + " has " +
-         Shown(OrNothing(difference.text)) + "\n";
+  return "! Postfix: " + ShownToCopy(difference.key) + " -> " +
+         ShownToCopy(OrNothing(difference.postfix)) + ", where " +
+         OneLine(Place(difference.file, difference.line)) + " has " +
+         ShownToCopy(OrNothing(difference.text)) + "\n";
 }
 
 std::size_t MarginOf(const panel::trace::Event& event) {
@@ -126,7 +128,7 @@ std::string ToText(const Trace& trace) {
   for (const std::string& note : trace.notes) text += "note: " + Shown(note) + "\n";
   if (!trace.differences.empty()) {
     text += "Postfix does not work with the tables as they are; run: " +
-            OneLine(panel::mail::FixCommand()) + "\n";
+            ToCopy(panel::mail::FixCommand()) + "\n";
   }
   return text;
 }

@@ -278,7 +278,7 @@ TEST(SenderListRefuses, HostileValues) {
                  Hostile(" ", " "),
                  Hostile("a@example.net b@example.net", "a@example.net b@example.net"),
                  Hostile("a@example.net\nb@example.net OK", "a@example.net\\nb@example.net OK"),
-                 Hostile("a@example.net\r", "a@example.net\\x0d"),
+                 Hostile("a@example.net\r", "a@example.net\\r"),
                  Hostile("a.example\tOK", "a.example\\tOK"),
                  Hostile("a#b@example.net", "a#b@example.net"),
                  Hostile("#example.net", "#example.net"),

@@ -568,6 +568,77 @@ TEST(WiringCheck, IsNamedInJson) {
 
   EXPECT_THAT(panel.Run({"--json", "check"}).output,
               StartsWith("{\n  \"ok\": false,\n  \"findings\": [\n    {\n      \"check\": "
+/// What transport_maps says, and whether info@mail.example.org ends by it.
+struct Way {
+  const char* name;
+  const char* lines;  ///< of the map
+  bool has_end;
+};
+
+void PrintTo(const Way& way, std::ostream* stream) {
+  *stream << way.name;
+}
+
+class WayOfAMailbox : public testing::TestWithParam<Way> {
+ protected:
+  WayOfAMailbox() {
+    panel_.Do({"mailbox", "delete", "info@example.org"});
+    panel_.Do({"domain", "create", "mail.example.org"});
+    panel_.Do({"mailbox", "create", "info+list@mail.example.org"});
+    panel_.Set("parent_domain_matches_subdomains", "");
+    panel_.Set("mailbox_transport", "");
+    panel_.Set("recipient_delimiter", "+");
+    panel_.Set("propagate_unmatched_extensions", "canonical");
+  }
+
+  void ExpectEnd(bool has_end) const {
+    const std::string check = panel_.Check();
+    if (has_end) {
+      EXPECT_EQ(check, kWell);
+    } else {
+      EXPECT_THAT(check, StartsWith("info+list@mail.example.org has neither a Unix user"));
+    }
+  }
+
+  const WiredPanel panel_;
+};
+
+TEST_P(WayOfAMailbox, IsLookedUpAsPostfixDoesIt) {
+  panel_.Set("transport_maps", panel_.Map("transport", GetParam().lines));
+  ExpectEnd(GetParam().has_end);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WiringCheck, WayOfAMailbox,
+    testing::Values(Way{"Address", "info+list@mail.example.org lmtp\n", true},
+                    Way{"AddressWithoutExtension", "info@mail.example.org lmtp\n", true},
+                    Way{"OtherAddress", "infos@mail.example.org lmtp\n", false},
+                    Way{"Domain", "mail.example.org lmtp\n", true},
+                    Way{"BelowADomain", ".example.org lmtp\n", true},
+                    Way{"DomainAbove", "example.org lmtp\n", false}, Way{"All", "* lmtp\n", true},
+                    Way{"AddressBackAgain",
+                        "mail.example.org lmtp\ninfo+list@mail.example.org local\n", false},
+                    Way{"DomainBeforeAll", "* lmtp\nmail.example.org local\n", false}));
+
+using WayByPatterns = WayOfAMailbox;
+
+TEST_F(WayByPatterns, IsLookedUpByTheWholeAddressAlone) {
+  const std::string map = panel_.Path("ways.regexp");
+  panel_.Set("transport_maps", "regexp:" + map);
+  test_support::WriteText(map, "/^info@mail/ lmtp\n/^mail/ lmtp\n");
+  ExpectEnd(false);
+  test_support::WriteText(map, "/^info\\+list@mail/ lmtp\n");
+  ExpectEnd(true);
+}
+
+using WayOfParents = WayOfAMailbox;
+
+TEST_F(WayOfParents, IsThatOfADomainAboveWhereMainCfSaysSo) {
+  panel_.Set("parent_domain_matches_subdomains", "transport_maps");
+  panel_.Set("transport_maps", panel_.Map("transport", "example.org lmtp\n"));
+  ExpectEnd(true);
+}
+
                          "\"wiring\",\n      \"object\": \"virtual_alias_maps\",\n"));
 }
 

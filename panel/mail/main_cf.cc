@@ -99,14 +99,17 @@ std::string Expanded(const std::string& name, const std::string& text) {
 }
 
 std::vector<Override> ReadOverrides(const std::vector<std::string>& patterns) {
+  std::map<std::string, std::string> expanded;
+  ForEachValue({"-Px"}, patterns,
+               [&expanded](const auto& place, const auto& value) { expanded[place] = value; });
   std::vector<Override> overrides;
-  ForEachValue({"-Px"}, patterns, [&overrides](const std::string& place, const auto& value) {
+  ForEachValue({"-P"}, patterns, [&](const std::string& place, const std::string& value) {
     const std::size_t name = place.rfind('/');
     if (name == std::string::npos) return;
     std::string service = place.substr(0, name);
     const std::size_t type = service.rfind('/');
     if (type != std::string::npos) service[type] = ' ';
-    overrides.push_back({service, place.substr(name + 1), value});
+    overrides.push_back({service, place.substr(name + 1), value, expanded[place]});
   });
   return overrides;
 }
@@ -128,9 +131,6 @@ MainCfEdit EditMainCf(const conf::FileContents& before,
   return edit;
 }
 
-void Save(const MainCfEdit& edit) {
-  conf::ReplaceFile(edit.file, edit.before.stamp,
-                    [&edit](const conf::PieceWriter& write) { write(edit.after); });
 void RemoveCopyOfMainCf() {
   std::error_code failure;
   fs::remove_all(Workplace::Folder(), failure);
@@ -139,6 +139,9 @@ void RemoveCopyOfMainCf() {
                        "cannot be removed: " + failure.message());
 }
 
+void Save(const MainCfEdit& edit) {
+  conf::ReplaceFile(edit.file, edit.before.stamp,
+                    [&edit](const conf::PieceWriter& write) { write(edit.after); });
   conf::SyncFolderOf(edit.file);
 }
 

@@ -39,6 +39,7 @@ std::string Expanded(const std::string& name, const std::string& text);
 struct Override {
   std::string service;  ///< as "smtp inet"
   std::string name;
+  std::string value;  ///< as it is written
   std::string expanded;
 };
 
@@ -63,11 +64,11 @@ conf::FileContents ReadMainCf();
 /// this order.
 MainCfEdit EditMainCf(const conf::FileContents& before, const std::vector<Assignment>& assignments);
 
-/// Puts the new text in place. Throws fen_err::Error("changed", path, "") when somebody else has
 /// Removes the copy that an operation has left that was killed while it edited it. Like
 /// EditMainCf, it belongs into an open Panel, as there is one copy.
 void RemoveCopyOfMainCf();
 
+/// Puts the new text in place. Throws fen_err::Error("changed", path, "") when somebody else has
 /// changed the file since it was read.
 void Save(const MainCfEdit& edit);
 

@@ -58,6 +58,10 @@ struct Mask {
   const char* mode_of_log;  ///< the one mode in which an administrator's umask counts
 };
 
+void PrintTo(const Mask& mask, std::ostream* stream) {
+  *stream << mask.umask;
+}
+
 class Umask : public testing::TestWithParam<Mask> {};
 
 /// The note that is outstanding has a number in its name, which depends on the folder. What SQLite
@@ -285,6 +289,15 @@ struct OpenPlace {
   const char* path;
   mode_t mode;  ///< 0 to give it away instead
 };
+
+void PrintTo(const OpenPlace& place, std::ostream* stream) {
+  *stream << place.path << " ";
+  if (place.mode == 0) {
+    *stream << "given away";
+  } else {
+    *stream << std::oct << place.mode << std::dec;
+  }
+}
 
 /// Who can write these could tell root what to do.
 class PlaceThatOthersCanWrite : public testing::TestWithParam<OpenPlace> {};

@@ -14,6 +14,7 @@
 ///   `check` finds nothing wrong.
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -229,3 +230,50 @@ TEST_F(Disk, ThatFailsBehindACommitHasTheChangeKept) {
 
 }  // namespace
 }  // namespace reliability
+/// As on vfat. Old and new could not be told apart any more when a change is taken back.
+TEST_F(Disk, ThatKnowsNeitherExchangesNorLinksIsNamed) {
+  const Words words = {"domain", "create", "new.example"};
+  const State before = panel().Look();
+  for (const int error : {EPERM, EINVAL, EOPNOTSUPP}) {
+    const std::string number = std::to_string(error);
+    const CommandRun run = [&] {
+      const FailingCalls failing(FAILING_CALLS_LIBRARY,
+                                 "renameat2:1:22:given,link:1:" + number + ":given",
+                                 Folder("panel/mail"));
+      return panel().Run(words);
+    }();
+
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.errors, testing::StartsWith("zebmail: file: " + Folder("panel/mail/")));
+    EXPECT_THAT(run.errors,
+                HasSubstr(": cannot be replaced: the file system of " + Folder("panel/mail") +
+                          " has neither an exchange of two files (renameat2) nor hard links: " +
+                          std::strerror(error) + "; "));
+    const State found = panel().Look();
+    EXPECT_EQ(found.files, before.files);
+    EXPECT_EQ(found.database, before.database);
+    EXPECT_EQ(WithoutNotes(found.names), WithoutNotes(before.names));
+  }
+  EXPECT_EQ(panel().Run(words).status, 0);
+}
+
+/// The fourth is that of the folder, when main.cf is in its place and names the other files.
+TEST_F(Disk, ThatFailsBehindTheReplacementOfMainCfHasTheSettingsMade) {
+  const Operation& operation = OperationOf("postfix-config");
+  operation.prepare(panel());
+  panel().MakeMainCfOld();
+  const CommandRun run = [&] {
+    const FailingCalls failing(FAILING_CALLS_LIBRARY, "fsync:4:5:once", Folder("config"));
+    return panel().Run(operation.words);
+  }();
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: file: " + Folder("config") +
+                            ": cannot be synchronised: Input/output error\n"
+                            "the settings are made, and Postfix goes by them\n");
+  panel().MakeMainCfOld();
+  EXPECT_TRUE(std::filesystem::exists(Folder("panel/mail/client-address.regexp")));
+  EXPECT_TRUE(std::filesystem::exists(Folder("config/main.cf.zebmail-1")));
+  EXPECT_EQ(panel().panel().Do({"check"}), "nothing is wrong\n");
+}
+

@@ -109,6 +109,20 @@ std::vector<std::string> Contents(const std::string& config, const std::string& 
 
 }  // namespace
 
+void LeaveOutCopies(State& state, const std::string& main_cf) {
+  for (auto file = state.files.begin(); file != state.files.end();) {
+    const bool is_copy =
+        file->first.find("main.cf.zebmail-") != std::string::npos && file->second == main_cf;
+    if (is_copy) state.names.erase(file->first);
+    file = is_copy ? state.files.erase(file) : std::next(file);
+  }
+}
+
+std::string TextOr(const Files& files, const std::string& name) {
+  const auto file = files.find(name);
+  return file == files.end() ? "(there is none)" : file->second;
+}
+
 BusyPanel::BusyPanel() {
   const std::string told = panel_.Path("told");
   if (mkfifo(told.c_str(), 0600) != 0) throw std::system_error(errno, std::generic_category());

@@ -59,7 +59,7 @@ void AddNameGroup(CLI::App& app, Invocation& invocation, const Kind& kind) {
   add_change("remove", kind.many + " removed:", kind.remove);
   About(AddCommand(group, invocation, "list", "list the " + kind.many + " of a mailbox",
                    [&invocation, show, names = kind.names] {
-                     const panel::mail::Panel panel = OpenPanel(invocation);
+                     const panel::mail::Panel panel = OpenPanelToLook(invocation);
                      const Names shown = show(MailModule()).*names;
                      Print(invocation, Json(shown), ToLines(shown));
                      return kDone;

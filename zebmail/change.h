@@ -70,7 +70,7 @@ Status Delete(const Invocation& invocation, const Work& work, const Show& show) 
 /// Prints what `show` finds as one thing, in lines.
 template <class Show>
 Status PrintOne(const Invocation& invocation, const Show& show) {
-  const panel::mail::Panel panel = OpenPanel(invocation);
+  const panel::mail::Panel panel = OpenPanelToLook(invocation);
   const auto shown = show(panel::mail::MailModule());
   Print(invocation, ToJson(shown), ToText(shown));
   return kDone;
@@ -79,7 +79,7 @@ Status PrintOne(const Invocation& invocation, const Show& show) {
 /// Prints what `show` finds as many things, in a table.
 template <class Show>
 Status PrintAll(const Invocation& invocation, const Show& show) {
-  const panel::mail::Panel panel = OpenPanel(invocation);
+  const panel::mail::Panel panel = OpenPanelToLook(invocation);
   const auto shown = show(panel::mail::MailModule());
   Print(invocation, ToJson(shown), ToTable(shown));
   return kDone;

@@ -136,8 +136,18 @@ void Fix(const Finding& finding, Report& report) {
   }
 }
 
+Finding UnsettledFinding(const fen_err::Error& error) {
+  return {"saving",
+          error.object(),
+          "is of a change that can be neither kept nor taken back",
+          "no change can be made, and the tables may say what the database does not",
+          error.value(),
+          {}};
+}
+
 Report Examine(panel::mail::Panel& panel, bool fix) {
   Report report;
+  if (panel.unsettled()) report.findings.push_back(UnsettledFinding(*panel.unsettled()));
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
     panel::mail::BackEnd();
@@ -172,18 +182,21 @@ std::string AsText(const Report& report) {
   for (const std::string& mended : report.mended) text += "mended: " + Shown(mended) + "\n";
   for (const Finding& finding : report.findings) {
     text += Shown(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
-            "; mend: " + OneLine(finding.mend) + "\n";
+            "; mend: " + ToCopy(finding.mend) + "\n";
   }
   if (report.findings.empty()) text += "nothing is wrong\n";
   return text;
 }
 
-/// Nothing is mended in a dry run, which so is a look and no more.
+/// Nothing is mended in a dry run, which so is a look and no more, nor while a killed change is not
+/// settled.
 Status Check(const Invocation& invocation, bool fix) {
   fix = fix && !invocation.dry_run;
   panel::mail::Notices notices = MakeNotices(invocation);
   if (!fix) notices.warning = nullptr;
-  panel::mail::Panel panel(ReadConfig(invocation), std::move(notices));
+  panel::mail::Panel panel(ReadConfig(invocation), std::move(notices),
+                           panel::mail::Panel::Purpose::kLook);
+  fix = fix && !panel.unsettled();
   const Report report = Examine(panel, fix);
   const bool is_well = report.findings.empty();
   if (is_well && invocation.quiet) return kDone;

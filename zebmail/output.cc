@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <iostream>
 
+#include <unistd.h>
+
 #include "host/fen_err.h"
 #include "panel/text/control_characters.h"
 #include "panel/text/shortened.h"
@@ -18,14 +20,10 @@ namespace {
 /// So much of a value is enough to know it again; it may be a whole file.
 constexpr std::size_t kLongestShown = 1000;
 
-/// Several lines, each as OneLine, each ending in a line feed.
+/// Several lines, each as ToCopy, each ending in a line feed.
 std::string Lines(std::string_view text) {
-  std::string lines;
-  while (!text.empty()) {
-    const std::size_t end = text.find('\n');
-    lines += OneLine(text.substr(0, end)) + "\n";
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-  }
+  std::string lines = panel::EscapeHidden(text, "\n");
+  if (!lines.empty() && !lines.ends_with('\n')) lines += '\n';
   return lines;
 }
 
@@ -181,10 +179,11 @@ void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& 
   for (const auto& file : rehearsal.files) {
     text += UnifiedDiff(file.path, file.before, file.after);
   }
+  if (isatty(STDOUT_FILENO) != 0) text = panel::EscapeHidden(text, "\n\t");
   for (const auto& row : rehearsal.rows) {
-    text += "database: " + row.what + " " + row.table + ": " + OneLine(row.row) + "\n";
+    text += "database: " + row.what + " " + row.table + ": " + ToCopy(row.row) + "\n";
   }
-  for (const std::string& tool : rehearsal.tools) text += "tool: " + OneLine(tool) + "\n";
+  for (const std::string& tool : rehearsal.tools) text += "tool: " + ToCopy(tool) + "\n";
   std::cout << text;
 }
 
@@ -223,20 +222,15 @@ std::string Joined(const std::vector<std::string>& names) {
 }
 
 std::string OneLine(std::string_view text) {
-  std::string line;
-  while (!text.empty()) {
-    const panel::Glyph glyph = panel::TakeGlyph(text);
-    if (!glyph.is_hidden) {
-      line += glyph.bytes;
-    } else if (glyph.bytes == "\n") {
-      line += "\\n";
-    } else if (glyph.bytes == "\t") {
-      line += "\\t";
-    } else {
-      line += panel::Hexadecimal(glyph.bytes);
-    }
-  }
-  return line;
+  return panel::EscapeControlCharacters(text);
+}
+
+std::string ToCopy(std::string_view text) {
+  return panel::EscapeHidden(text);
+}
+
+std::string ShownToCopy(std::string_view text) {
+  return ToCopy(panel::Shortened(text, kLongestShown));
 }
 
 std::string Shown(std::string_view text) {

@@ -80,7 +80,9 @@ std::string ToLines(const std::vector<std::string>& names);
 /// What a change would do as {files: [{path, diff}], rows: [{table, what, row}], tools: []}.
 Json ToJson(const panel::mail::Rehearsal& rehearsal);
 
-/// Prints what a change would do: a unified diff of each table file, the rows, the tools.
+/// Prints what a change would do: a unified diff of each table file, the rows, the tools. On a
+/// terminal the diff has what is hidden, but for tabs, as OneLine has it; elsewhere it is one that
+/// patch(1) takes.
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal);
 
 /// Prints "zebmail: TYPE: OBJECT: VALUE". A tool's output of several lines stands below it, and
@@ -93,12 +95,18 @@ void PrintWarning(const std::string& text);
 /// The names in one line, with ", " between them.
 std::string Joined(const std::vector<std::string>& names);
 
-/// `text`, which is to stay one line, with control characters, characters that show nothing and
-/// bytes that are no UTF-8 as "\n" or "\x1b".
+/// `text`, which is to stay one line, with control characters, characters that show nothing or a
+/// blank and bytes that are no UTF-8 as "\n" or "\x1b", and a backslash as "\\".
 std::string OneLine(std::string_view text);
+
+/// The same with backslashes as they are, for what is to be copied: a command, a setting.
+std::string ToCopy(std::string_view text);
 
 /// The same for what may be of any length, such as a value that was refused: of a long one the
 /// beginning and the end, with its length between them.
 std::string Shown(std::string_view text);
+
+/// The same with backslashes as they are: for lines of a table, which hold regular expressions.
+std::string ShownToCopy(std::string_view text);
 
 }  // namespace zebmail

@@ -41,7 +41,7 @@ struct Report {
 };
 
 std::string Comment(const std::string& text) {
-  return "# " + OneLine(text) + "\n";
+  return "# " + ToCopy(text) + "\n";
 }
 
 std::string AsText(const Setting& setting) {
@@ -51,7 +51,7 @@ std::string AsText(const Setting& setting) {
   for (const std::string& element : setting.left_out) {
     text += Comment("without " + element + " of the default, which cannot be opened");
   }
-  return text + OneLine(setting.name + " = " + setting.value) + "\n\n";
+  return text + ToCopy(setting.name + " = " + setting.value) + "\n\n";
 }
 
 std::string ClientRuleAsText(const Wiring& wiring) {
@@ -103,7 +103,7 @@ std::string DoneAsText(const Report& report) {
     text += "kept main.cf as it was in " + OneLine(report.result.copy.string()) + "\n";
   }
   for (const auto& one : change.assignments) {
-    text += "set " + OneLine(one.name + " = " + one.value) + "\n";
+    text += "set " + ToCopy(one.name + " = " + one.value) + "\n";
   }
   return text + (report.result.is_reloaded ? "reloaded Postfix\n"
                                            : "Postfix does not run: nothing to reload\n");
@@ -159,7 +159,7 @@ Status Apply(const Invocation& invocation, panel::mail::Panel& panel) {
 }
 
 Status PostfixConfig(const Invocation& invocation, bool apply) {
-  panel::mail::Panel panel = OpenPanel(invocation);
+  panel::mail::Panel panel = apply ? OpenPanel(invocation) : OpenPanelToLook(invocation);
   if (invocation.dry_run) return ShowDryRun(invocation, panel);
   return apply ? Apply(invocation, panel) : Show(invocation, panel);
 }

@@ -56,7 +56,7 @@ void AddListGroup(CLI::App& app, Invocation& invocation, SenderList list, const 
   add_change("add", "added", &panel::mail::AddToList);
   add_change("remove", "removed", &panel::mail::RemoveFromList);
   AddCommand(group, invocation, "list", "list the values", [&invocation, list] {
-    const panel::mail::Panel panel = OpenPanel(invocation);
+    const panel::mail::Panel panel = OpenPanelToLook(invocation);
     const SenderValues values = panel::mail::ListSenders(list);
     Print(invocation, Json(values), ToLines(values));
     return kDone;

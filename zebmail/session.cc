@@ -26,7 +26,13 @@ panel::Config ReadConfig(const Invocation& invocation) {
 }
 
 panel::mail::Panel OpenPanel(const Invocation& invocation) {
+  if (invocation.dry_run) return OpenPanelToLook(invocation);
   return panel::mail::Panel(ReadConfig(invocation), MakeNotices(invocation));
+}
+
+panel::mail::Panel OpenPanelToLook(const Invocation& invocation) {
+  return panel::mail::Panel(ReadConfig(invocation), MakeNotices(invocation),
+                            panel::mail::Panel::Purpose::kLook);
 }
 
 void MakeChange(const Invocation& invocation, panel::mail::Panel& panel,

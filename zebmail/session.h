@@ -20,8 +20,11 @@ panel::mail::Notices MakeNotices(const Invocation& invocation);
 /// The configuration that the command line or the environment names.
 panel::Config ReadConfig(const Invocation& invocation);
 
-/// The panel of that configuration.
+/// The panel of that configuration, to be changed; with --dry-run to be looked at.
 panel::mail::Panel OpenPanel(const Invocation& invocation);
+
+/// The same, to be looked at.
+panel::mail::Panel OpenPanelToLook(const Invocation& invocation);
 
 /// Makes the change `work`, then runs `show`, which tells what was done; neither with --dry-run,
 /// where the change is rehearsed and printed instead.

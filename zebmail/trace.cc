@@ -20,6 +20,7 @@
 #include <string>
 #include <variant>
 
+#include "panel/conf/saving_journal.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/panel.h"
 #include "zebmail/invocation.h"
@@ -92,7 +93,7 @@ std::string ToText(const Step& step) {
   const std::string text = is_found || step.key.empty()
                                ? Join(found, "; ", step.what)
                                : "no line for " + Join(step.key, "; ", step.what);
-  return Margin(step.depth + 1) + Shown(Join(Place(step.file, step.line), ": ", text)) + "\n";
+  return Margin(step.depth + 1) + ShownToCopy(Join(Place(step.file, step.line), ": ", text)) + "\n";
 }
 
 std::string ToText(const End& end) {
@@ -101,11 +102,13 @@ std::string ToText(const End& end) {
 
 std::string ToText(const Difference& difference) {
   if (difference.is_failure) {
-    return Shown("! Postfix cannot read " + difference.key + ": " + difference.postfix) + "\n";
+    return ShownToCopy("! Postfix cannot read " + difference.key + ": " + difference.postfix) +
+           "\n";
   }
-  return "! Postfix: " + Shown(difference.key) + " -> " + Shown(OrNothing(difference.postfix)) +
-         ", where " + OneLine(Place(difference.file, difference.line)) + " has " +
-         Shown(OrNothing(difference.text)) + "\n";
+  return "! Postfix: " + ShownToCopy(difference.key) + " -> " +
+         ShownToCopy(OrNothing(difference.postfix)) + ", where " +
+         OneLine(Place(difference.file, difference.line)) + " has " +
+         ShownToCopy(OrNothing(difference.text)) + "\n";
 }
 
 std::size_t MarginOf(const panel::trace::Event& event) {
@@ -125,14 +128,19 @@ std::string ToText(const Trace& trace) {
   for (const std::string& note : trace.notes) text += "note: " + Shown(note) + "\n";
   if (!trace.differences.empty()) {
     text += "Postfix does not work with the tables as they are; run: " +
-            OneLine(panel::mail::FixCommand()) + "\n";
+            ToCopy(panel::mail::FixCommand()) + "\n";
   }
   return text;
 }
 
 Status ShowTrace(const Invocation& invocation, const std::string& address) {
   const panel::mail::PanelView panel(ReadConfig(invocation));
-  const Trace trace = panel::trace::TraceAddress(address);
+  Trace trace = panel::trace::TraceAddress(address);
+  if (panel::conf::IsJournalThere()) {
+    trace.notes.emplace_back(
+        "a change is being saved, or was killed while it was: some of the tables may be as the "
+        "others are not");
+  }
   Print(invocation, ToJson(trace), ToText(trace));
   return trace.differences.empty() ? kDone : kFailed;
 }

@@ -42,7 +42,7 @@ void PrintDomain(const MailModule& mail, const panel::mail::Domain& domain) {
 }
 
 Status Export(const Invocation& invocation) {
-  const panel::mail::Panel panel = OpenPanel(invocation);
+  const panel::mail::Panel panel = OpenPanelToLook(invocation);
   const MailModule mail;
   for (const auto& domain : panel::mail::ListWebDomains()) std::cout << ToLine(domain);
   for (const auto& domain : mail.ListDomains()) PrintDomain(mail, domain);

@@ -38,7 +38,7 @@ Status Change(const Invocation& invocation, const Arguments& given, const std::s
 }
 
 Status List(const Invocation& invocation) {
-  const panel::mail::Panel panel = OpenPanel(invocation);
+  const panel::mail::Panel panel = OpenPanelToLook(invocation);
   std::vector<Row> rows = {{"NAME", "OWNER"}};
   for (const auto& domain : panel::mail::ListWebDomains()) {
     rows.push_back({OneLine(domain.name), std::to_string(domain.owner)});

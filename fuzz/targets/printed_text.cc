@@ -3,7 +3,8 @@
 ///
 /// WHAT MUST HOLD
 ///   What is printed is one line of visible UTF-8, of a bounded length where the text may be of
-///   any; what can be seen is printed as it is.
+///   any; what can be seen is printed as it is. What is printed as one line tells what the text
+///   was.
 
 #include <cstdint>
 #include <string>
@@ -35,13 +36,35 @@ void CheckPrinted(std::string_view printed) {
   }
 }
 
+/// The text of which `line` was printed.
+std::string ReadBack(std::string_view line) {
+  std::string text;
+  for (; !line.empty(); line.remove_prefix(1)) {
+    if (line.front() != '\\') {
+      text += line.front();
+      continue;
+    }
+    line.remove_prefix(1);
+    const std::size_t known = std::string_view("nrt\\").find(line.front());
+    if (known != std::string_view::npos) {
+      text += "\n\r\t\\"[known];
+    } else {
+      text += static_cast<char>(std::stoi(std::string(line.substr(1, 2)), nullptr, 16));
+      line.remove_prefix(2);
+    }
+  }
+  return text;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const std::string line = zebmail::OneLine(text);
   CheckPrinted(line);
-  Require(zebmail::OneLine(line) == line, "what can be seen is printed as it is", {{"line", line}});
+  Require(ReadBack(line) == text, "a line tells what the text was", {{"text", text}});
+  Require(zebmail::ToCopy(line) == line, "what can be seen is printed as it is", {{"line", line}});
+  CheckPrinted(zebmail::ToCopy(text));
   CheckPrinted(panel::EscapeControlCharacters(text));
 
   const std::size_t longest = size / 2;

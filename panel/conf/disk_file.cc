@@ -177,14 +177,25 @@ bool PutWhereNoneIs(const std::string& from, const std::string& to) {
   return IsUnsupported() && rename(from.c_str(), to.c_str()) == 0;
 }
 
+/// Gives the file a second name.
+bool Link(const std::string& target, const std::string& name) {
+  if (link(target.c_str(), name.c_str()) == 0) return true;
+  if (!IsUnsupported() && errno != EPERM) return false;
+  throw fen_err::Error("file", target,
+                       "cannot be replaced: the file system of " + FolderOf(target) +
+                           " has neither an exchange of two files (renameat2) nor hard links: " +
+                           std::strerror(errno) + "; put the folder on one that has, such as ext4");
+}
+
 /// Has the two files change places at once or, where the file system cannot, by steps; `to` is
-/// there at any moment.
+/// there at any moment. It takes one of the two: a copy of the old text would not get what others
+/// write into the old file until the last moment.
 bool ChangePlaces(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_EXCHANGE) == 0) return true;
   if (!IsUnsupported()) return false;
   const std::string old = OldOf(to);
   RemoveIfThere(old);
-  return link(to.c_str(), old.c_str()) == 0 && rename(from.c_str(), to.c_str()) == 0 &&
+  return Link(to, old) && rename(from.c_str(), to.c_str()) == 0 &&
          rename(old.c_str(), from.c_str()) == 0;
 }
 

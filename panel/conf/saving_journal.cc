@@ -81,6 +81,23 @@ std::optional<Journal> ReadJournal() {
   return journal;
 }
 
+Settled Settle(const std::function<bool(const std::string& change)>& is_committed) {
+  RemoveLeftover(Path());
+  const std::optional<Journal> journal = ReadJournal();
+  if (!journal) return {};
+  const bool stays = is_committed(journal->change);
+  Settled settled{!stays, {}};
+  for (const Replaced& file : journal->files) {
+    if (stays) {
+      DropOld(file);
+    } else if (!TakeBack(file)) {
+      settled.edited.push_back(file.target);
+    }
+  }
+  RemoveJournal();
+  return settled;
+}
+
 }  // namespace
 
 void WriteJournal(const std::string& change, const std::vector<Replaced>& files) {
@@ -105,21 +122,24 @@ void RemoveJournal() {
   }
 }
 
+bool IsJournalThere() {
+  return StampOf(Path()).has_value();
+}
+
 Settled SettleJournal(const std::function<bool(const std::string& change)>& is_committed) {
-  RemoveLeftover(Path());
-  const std::optional<Journal> journal = ReadJournal();
-  if (!journal) return {};
-  const bool stays = is_committed(journal->change);
-  Settled settled{!stays, {}};
-  for (const Replaced& file : journal->files) {
-    if (stays) {
-      DropOld(file);
-    } else if (!TakeBack(file)) {
-      settled.edited.push_back(file.target);
-    }
+  try {
+    return Settle(is_committed);
+  } catch (const fen_err::Error& error) {
+    throw fen_err::Error(
+        "saving", Path(),
+        std::string("a change was killed while it was saved, and its table files can be neither "
+                    "kept nor put back: ") +
+            error.what() +
+            "; mend that and run the command again, or remove this file: then the tables stay as "
+            "they are, some new and some old, and zebmail check tells what the database does not "
+            "have; until their next change the other texts of them are beside them as "
+            ".NAME.zebmail");
   }
-  RemoveJournal();
-  return settled;
 }
 
 }  // namespace panel::conf

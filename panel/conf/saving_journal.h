@@ -8,6 +8,10 @@
 ///   replaced until the database has been committed. One that is found later is settled: the
 ///   database tells whether the change of that name was committed; if it was not, the old files
 ///   come back.
+///
+/// HOW IT FAILS
+///   One that cannot be settled, since a folder is gone say, stays: fen_err::Error("saving", its
+///   path, what is in the way and what to do).
 
 #pragma once
 
@@ -23,6 +27,9 @@ namespace panel::conf {
 void WriteJournal(const std::string& change, const std::vector<Replaced>& files);
 
 void RemoveJournal();
+
+/// Whether there is one: a change is being saved, or was killed while it was.
+bool IsJournalThere();
 
 /// What became of a change that was killed.
 struct Settled {

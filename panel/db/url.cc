@@ -32,9 +32,7 @@ struct Span {
 };
 
 [[noreturn]] void Refuse(const std::string& url, const std::string& why) {
-  const std::string shown = PrintableUrl(url);
-  throw fen_err::Error("database",
-                       HasControlCharacters(url) ? EscapeControlCharacters(shown) : shown, why);
+  throw fen_err::Error("database", PrintableUrl(url), why);
 }
 
 /// Whether `text` is a list of parameters, "user=me&port=5433".

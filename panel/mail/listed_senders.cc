@@ -12,15 +12,12 @@
 #include "host/test.h"
 #include "host/zeb_db.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/extensions.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/process/own_addresses.h"
 
 namespace panel::mail {
 namespace {
-
-/// The delimiter that Postfix is mostly given between a mailbox and an extension, and the one that
-/// the back-end's entries have.
-constexpr char kExtensionDelimiter = '+';
 
 std::string NameOf(SenderList list) {
   return list == SenderList::kWhite ? "whitelist" : "blacklist";
@@ -94,13 +91,6 @@ void DeleteVerdict(SenderList list, const std::string& value) {
 
 std::string DomainOf(const std::string& value) {
   return value.substr(value.rfind('@') + 1);
-}
-
-/// The address without its extension.
-std::string WithoutExtension(const std::string& address) {
-  const std::size_t at = address.rfind('@');
-  const std::size_t delimiter = address.find(kExtensionDelimiter, 1);
-  return delimiter < at ? address.substr(0, delimiter) + address.substr(at) : address;
 }
 
 void RequireNoSuspension(const std::string& value) {

@@ -11,6 +11,7 @@
 #include "host/test.h"
 #include "panel/conf/narrowed_walk.h"
 #include "panel/mail/back_end.h"
+#include "panel/mail/extensions.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_module.h"
 #include "panel/mail/mailbox_changes.h"
@@ -187,8 +188,8 @@ void MailModule::RequireFreeName(const std::string& what, const zeb_db::EmailDom
 }
 
 /// The domains of the panel are local to Postfix. Its local(8) looks a local part up in the
-/// aliases, whatever the domain, before it delivers to a mailbox: first as it stands, then, if "+"
-/// is the recipient_delimiter, without what follows that.
+/// aliases, whatever the domain, before it delivers to a mailbox: first as it stands, then without
+/// its extension. What main.cf may come to take for one, "+" being the usual, counts too.
 void MailModule::RequireOwnDelivery(const MailboxName& mailbox) {
   if (const auto owner = OwnerOfEntry(mailbox.local)) {
     Refuse("mailbox", mailbox.Address(),
@@ -199,13 +200,13 @@ void MailModule::RequireOwnDelivery(const MailboxName& mailbox) {
            "cannot begin with \"owner-\": Postfix would send the bounces of another mailbox's "
            "forwards there");
   }
-  const std::string base = mailbox.local.substr(0, mailbox.local.find('+', 1));
-  for (const std::string& name :
-       {mailbox.local, base, '"' + mailbox.local + '"', '"' + base + '"'}) {
-    if (const auto line = aliases_.Find(name)) {
-      Refuse("mailbox", mailbox.Address(),
-             "would get no mail: Postfix gives it to the entry of that name in " + *line);
-    }
+  const std::string usual = mailbox.local.substr(0, mailbox.local.find('+', 1));
+  for (const std::string& name : {mailbox.local, WithoutExtension(mailbox.local), usual}) {
+    auto line = aliases_.Find(name);
+    if (!line) line = aliases_.Find('"' + name + '"');
+    if (!line) continue;
+    Refuse("mailbox", mailbox.Address(),
+           "would get no mail: Postfix gives it to the entry of that name in " + *line);
   }
 }
 

@@ -12,11 +12,10 @@
 #include "host/zeb_db.h"
 #include "panel/mail/listing.h"
 #include "panel/mail/lookups.h"
-#include "panel/mail/mail_rows.h"
 #include "panel/mail/mailbox_ends.h"
 #include "panel/mail/names.h"
 #include "panel/mail/shortened_findings.h"
-#include "panel/mail/value_list.h"
+#include "panel/mail/transport_ways.h"
 
 namespace panel::mail {
 namespace {
@@ -30,31 +29,20 @@ bool IsUnixUser(const std::string& name) {
   return found != nullptr;
 }
 
-/// The domains whose mail transport_maps leads elsewhere.
-std::set<std::string> DomainsLedElsewhere(Lookups& lookups) {
-  const std::string parameter = "transport_maps";
-  const std::vector<std::string> names = Column("SELECT name FROM email_domain");
-  std::set<std::string> domains;
-  for (const std::string& map : SplitList(ReadParameters({parameter})[parameter].expanded)) {
-    for (const auto& [domain, way] : lookups.Ask(parameter, map, names)) {
-      if (!way.starts_with("local:") && !way.starts_with(':')) domains.insert(domain);
-    }
-  }
-  return domains;
-}
-
 /// The mailboxes whose mail local(8) gets, by their local parts.
 using Addresses = std::map<std::string, std::vector<std::string>>;
 
 Addresses MailboxesByName(Lookups& lookups) {
-  const std::set<std::string> elsewhere = DomainsLedElsewhere(lookups);
-  Addresses mailboxes;
+  std::vector<std::string> addresses;
   fen_db::Result rows = zeb_db::GetCache().Query(
       "SELECT email.name, email_domain.name FROM email JOIN email_domain ON email_domain.id = "
       "email.domain WHERE NOT email.dropmail ORDER BY email.name, email_domain.name");
-  for (; !rows.Eof(); rows.Next()) {
-    if (elsewhere.contains(rows.Str(1))) continue;
-    mailboxes[rows.Str(0)].push_back(InUnicode(rows.Str(0) + "@" + rows.Str(1)));
+  for (; !rows.Eof(); rows.Next()) addresses.push_back(rows.Str(0) + "@" + rows.Str(1));
+  const std::set<std::string> elsewhere = LedElsewhere(addresses, lookups);
+  Addresses mailboxes;
+  for (const std::string& address : addresses) {
+    if (elsewhere.contains(address)) continue;
+    mailboxes[address.substr(0, address.rfind('@'))].push_back(InUnicode(address));
   }
   return mailboxes;
 }

@@ -8,7 +8,7 @@
 
 namespace panel::mail {
 
-/// Looks for mailboxes that have neither a mailbox_transport nor a Unix user of their own. Domains
+/// Looks for mailboxes that have neither a mailbox_transport nor a Unix user of their own. Those
 /// for which transport_maps has another way are left aside.
 Findings CheckMailboxEnds(const Wiring& wiring);
 

@@ -4,15 +4,17 @@
 #include "panel/mail/main_cf.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <sstream>
 #include <system_error>
 
+#include <sys/stat.h>
+
 #include "host/fen_err.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/postconf.h"
+#include "panel/module/config.h"
 #include "panel/process/tools.h"
 
 namespace panel::mail {
@@ -36,27 +38,25 @@ void ForEachValue(const std::vector<std::string>& options, const std::vector<std
   }
 }
 
-/// A folder of its own for the copy, for nobody else to see.
+/// A folder of its own for the copy, for nobody else to see. postconf reads a main.cf by that name.
 class Workplace {
  public:
+  static fs::path Folder() { return CurrentConfig().state_dir / kMainCf; }
+
   Workplace() {
-    std::string name = fs::temp_directory_path() / "zebmail.XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-      throw fen_err::Error("file", name, std::generic_category().message(errno));
+    RemoveCopyOfMainCf();
+    const fs::path folder = Folder();
+    if (mkdir(folder.c_str(), 0700) != 0) {
+      throw fen_err::Error("file", folder.string(),
+                           "cannot be created: " + std::generic_category().message(errno));
     }
-    folder_ = name;
   }
   ~Workplace() {
-    std::error_code failed;  // nothing follows from what is left there
-    fs::remove_all(folder_, failed);
+    std::error_code failed;  // the next operation removes what is left there
+    fs::remove_all(Folder(), failed);
   }
   Workplace(const Workplace&) = delete;
   Workplace& operator=(const Workplace&) = delete;
-
-  const fs::path& folder() const noexcept { return folder_; }
-
- private:
-  fs::path folder_;
 };
 
 void Write(const fs::path& path, const std::string& text) {
@@ -99,14 +99,17 @@ std::string Expanded(const std::string& name, const std::string& text) {
 }
 
 std::vector<Override> ReadOverrides(const std::vector<std::string>& patterns) {
+  std::map<std::string, std::string> expanded;
+  ForEachValue({"-Px"}, patterns,
+               [&expanded](const auto& place, const auto& value) { expanded[place] = value; });
   std::vector<Override> overrides;
-  ForEachValue({"-Px"}, patterns, [&overrides](const std::string& place, const auto& value) {
+  ForEachValue({"-P"}, patterns, [&](const std::string& place, const std::string& value) {
     const std::size_t name = place.rfind('/');
     if (name == std::string::npos) return;
     std::string service = place.substr(0, name);
     const std::size_t type = service.rfind('/');
     if (type != std::string::npos) service[type] = ' ';
-    overrides.push_back({service, place.substr(name + 1), value});
+    overrides.push_back({service, place.substr(name + 1), value, expanded[place]});
   });
   return overrides;
 }
@@ -121,11 +124,19 @@ MainCfEdit EditMainCf(const conf::FileContents& before,
   edit.file = ConfigFolder() / kMainCf;
   edit.before = before;
   const Workplace workplace;
-  const fs::path copy = workplace.folder() / kMainCf;
+  const fs::path copy = Workplace::Folder() / kMainCf;
   Write(copy, edit.before.bytes);
-  Edit(workplace.folder(), assignments);
+  Edit(Workplace::Folder(), assignments);
   edit.after = conf::ReadWholeFile(copy).bytes;
   return edit;
+}
+
+void RemoveCopyOfMainCf() {
+  std::error_code failure;
+  fs::remove_all(Workplace::Folder(), failure);
+  if (!failure) return;
+  throw fen_err::Error("file", Workplace::Folder().string(),
+                       "cannot be removed: " + failure.message());
 }
 
 void Save(const MainCfEdit& edit) {

@@ -3,9 +3,10 @@
 ///
 /// PURPOSE
 ///   postconf reads them and edits the text, so that both is done as Postfix does it: values over
-///   several lines, one that is set twice, defaults. It edits a copy. What it would make of
-///   main.cf can so be shown, and takes its place in one step, with the owner and the mode that it
-///   had, a symbolic link being followed, and only if nobody else has changed it meanwhile.
+///   several lines, one that is set twice, defaults. It edits a copy, in a folder of its own in
+///   `state_dir`. What it would make of main.cf can so be shown, and takes its place in one step,
+///   with the owner and the mode that it had, a symbolic link being followed, and only if nobody
+///   else has changed it meanwhile.
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error: "email" when postconf fails, and as panel/conf/disk_file.h says.
@@ -38,6 +39,7 @@ std::string Expanded(const std::string& name, const std::string& text);
 struct Override {
   std::string service;  ///< as "smtp inet"
   std::string name;
+  std::string value;  ///< as it is written
   std::string expanded;
 };
 
@@ -61,6 +63,10 @@ conf::FileContents ReadMainCf();
 /// What setting the parameters makes of main.cf, which was read as `before`. New ones come last, in
 /// this order.
 MainCfEdit EditMainCf(const conf::FileContents& before, const std::vector<Assignment>& assignments);
+
+/// Removes the copy that an operation has left that was killed while it edited it. Like
+/// EditMainCf, it belongs into an open Panel, as there is one copy.
+void RemoveCopyOfMainCf();
 
 /// Puts the new text in place. Throws fen_err::Error("changed", path, "") when somebody else has
 /// changed the file since it was read.

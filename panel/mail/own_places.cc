@@ -53,7 +53,7 @@ void RequireOwnState(const fs::path& state_dir) {
   for (const char* const name : {"lock", "zebfen.log", "saving", "steps"}) {
     RequireOwn("file", state_dir / name, false);
   }
-  for (const char* const name : {"pending", "responder"}) {
+  for (const char* const name : {"main.cf", "pending", "responder"}) {
     RequireOwn("file", state_dir / name, true);
   }
 }

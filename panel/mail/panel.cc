@@ -19,6 +19,8 @@
 #include "panel/conf/saving_journal.h"
 #include "panel/db/url.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/extensions.h"
+#include "panel/mail/main_cf.h"
 #include "panel/mail/own_places.h"
 #include "panel/mail/postfix_command.h"
 #include "panel/mail/responder_checks.h"
@@ -190,13 +192,18 @@ void AfterCommit(std::function<void()> step) {
 PartlyDone::PartlyDone(const fen_err::Error& cause, std::string outstanding)
     : fen_err::Error(cause), outstanding_(std::move(outstanding)) {}
 
-Panel::Panel(const Config& config, Notices notices)
+Panel::Panel(const Config& config, Notices notices, Purpose purpose)
     : notices_(std::move(notices)), lock_(OwnStateDir(config), notices_.waiting) {
   UseForProcess(config);
   OpenLog(LogFile());
   RequireDatabase(config.database);
   database_.emplace(config.database);
-  SettleKilledChange();
+  ForgetExtensions();
+  FailureOf(&RemoveCopyOfMainCf);  // is tried again before another one is made
+  unsettled_ = FailureOf([this] { SettleKilledChange(); });
+  if (!unsettled_) return;
+  if (purpose == Purpose::kChange) throw *unsettled_;
+  Warn(std::string(unsettled_->what()) + "\n");
 }
 
 /// A process that was killed while it saved has left some files new and some old.
@@ -211,6 +218,7 @@ void Panel::SettleKilledChange() {
 }
 
 void Panel::Change(const std::function<void()>& work) {
+  if (unsettled_) throw *unsettled_;
   RequireTables();
   SetUpModules();
   RequireTables();
@@ -279,7 +287,7 @@ void Panel::MakeUpPendingWork() {
 /// settled by the next one. The tools come last, since they may run for long.
 void Panel::Save(conf::Operation& operation, std::optional<db::Transaction>& transaction,
                  const Steps& steps) {
-  if (!steps.empty()) NoteSteps();
+  is_step_note_own_ = !steps.empty() && NoteSteps();
   const std::string change =
       std::to_string(str::Random<std::uint64_t>()) + std::to_string(str::Random<std::uint64_t>());
   try {
@@ -340,9 +348,10 @@ bool Panel::IsStored(const std::string& change, const fen_err::Error& cause) {
                    "finds out, and puts the old table files back if it does not\n");
 }
 
-/// The database does not hold the change. Where a table file could not be put back, the journal is
-/// still there.
-void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause) {
+/// The database does not hold the change, so that no step follows from it. Where a table file could
+/// not be put back, the journal is still there.
+void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause) const {
+  if (is_step_note_own_) FailureOf(&ForgetSteps);
   if (!operation.owes_files()) throw cause;
   throw PartlyDone(cause,
                    "not every table file could be put back; the database does not hold the change, "

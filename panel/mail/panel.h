@@ -17,7 +17,9 @@
 ///
 /// WHEN A PROCESS IS KILLED
 ///   While files and database are being saved a journal lies in `state_dir`, by which the next
-///   operation takes the files back, or leaves them if the database has the change.
+///   operation takes the files back, or leaves them if the database has the change. Where it can do
+///   neither, nothing can be changed until somebody has mended the cause; the panel can be looked
+///   at.
 ///
 /// ONE PROCESS, ONE CONFIGURATION
 ///   A process may run any number of operations, one after the other or from several threads. The
@@ -76,8 +78,14 @@ using Steps = std::vector<std::function<void()>>;
 
 class Panel {
  public:
+  /// What it is opened for.
+  enum class Purpose {
+    kChange,
+    kLook,  ///< and no more, which is possible though a killed change could not be settled
+  };
+
   /// Takes the lock and opens log and database. No module is loaded yet: reading needs none.
-  explicit Panel(const Config& config, Notices notices = {});
+  explicit Panel(const Config& config, Notices notices = {}, Purpose purpose = Purpose::kChange);
 
   Panel(const Panel&) = delete;
   Panel& operator=(const Panel&) = delete;
@@ -89,6 +97,10 @@ class Panel {
   /// `list_rows` the rows that would change are not gathered.
   Rehearsal Rehearse(const std::function<void()>& work, bool list_rows = true);
 
+  /// Why a killed change could not be settled, where that is so: the tables may be as the database
+  /// does not say.
+  const std::optional<fen_err::Error>& unsettled() const noexcept { return unsettled_; }
+
  private:
   void SetUpModules();
   void MakeUpPendingWork();
@@ -99,13 +111,15 @@ class Panel {
                                        std::optional<db::Transaction>& transaction,
                                        const std::string& change);
   bool IsStored(const std::string& change, const fen_err::Error& cause);
-  [[noreturn]] static void Refuse(const conf::Operation& operation, const fen_err::Error& cause);
+  [[noreturn]] void Refuse(const conf::Operation& operation, const fen_err::Error& cause) const;
   std::optional<fen_err::Error> FailureOfTools(const std::function<void()>& tools) const;
   void Warn(const std::string& text) const;
 
   Notices notices_;
   PanelLock lock_;
   std::optional<db::Database> database_;
+  std::optional<fen_err::Error> unsettled_;
+  bool is_step_note_own_ = false;  ///< the change in progress has left it, and no earlier one
 };
 
 /// The panel, opened to be looked at while others may change it: it takes no lock. The modules are

@@ -4,11 +4,9 @@
 #include "panel/mail/restriction_checks.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <set>
 
-#include "host/fen_cf.h"
 #include "panel/mail/listing.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/value_list.h"
@@ -95,12 +93,6 @@ std::optional<std::size_t> PlaceOfTable(const Wiring& wiring, const Setting& set
   return std::nullopt;
 }
 
-bool IsOfThisMachineAlone(const std::string& service) {
-  static constexpr std::array<const char*, 4> kLoopback = {"127.", "localhost:", "[::1]:", "::1:"};
-  return std::any_of(kLoopback.begin(), kLoopback.end(),
-                     [&service](const char* begin) { return service.starts_with(begin); });
-}
-
 /// The domains of the panel that lie below other ones.
 std::vector<std::string> DomainsBelowOthers() {
   const std::set<std::string> domains = DomainNames();
@@ -113,14 +105,6 @@ std::vector<std::string> DomainsBelowOthers() {
     return false;
   });
   return below;
-}
-
-/// The services whose own list counts.
-std::vector<std::string> PatternsOf(const std::string& name) {
-  if (name == kVirtualAliasMaps) return {"cleanup/unix/" + name};
-  if (name == kAliasMaps) return {"local/unix/" + name};
-  if (name.starts_with("smtpd_")) return {"*/inet/" + name, "*/pass/" + name};
-  return {"rewrite/unix/" + name};
 }
 
 }  // namespace
@@ -192,33 +176,6 @@ Findings CheckSubdomains(const Wiring&) {
            "when the domain above is suspended or listed, so are these",
            SetCommand({parameter, value}),
            {}}};
-}
-
-Findings CheckOverrides(const Wiring& wiring) {
-  std::vector<std::string> patterns;
-  for (const Setting& setting : wiring.settings) {
-    if (setting.needs.empty()) continue;
-    for (std::string& pattern : PatternsOf(setting.name)) patterns.push_back(std::move(pattern));
-  }
-  Findings findings;
-  for (const Override& own : ReadOverrides(patterns)) {
-    if (IsOfThisMachineAlone(own.service)) continue;
-    const auto setting = std::find_if(wiring.settings.begin(), wiring.settings.end(),
-                                      [&own](const Setting& one) { return one.name == own.name; });
-    for (const Need& need : setting->needs) {
-      if (need.is_met(SplitList(own.expanded))) continue;
-      const std::string file = ConfigFolder() / "master.cf";
-      findings.push_back({"wiring",
-                          "master.cf " + own.service,
-                          "has a " + own.name + " of its own, which lacks " + need.element,
-                          need.why,
-                          "put that into its -o " + own.name + " in " + file +
-                              ", first of all, or take the -o out; then run: " +
-                              fen_cf::GetPath("postfix-bin") + " reload",
-                          {}});
-    }
-  }
-  return findings;
 }
 
 }  // namespace panel::mail

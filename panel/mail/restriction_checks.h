@@ -18,9 +18,4 @@ Findings CheckOrderOfRestrictions(const Wiring& wiring);
 /// ("shop.example.org" below "example.org"), which may be somebody else's.
 Findings CheckSubdomains(const Wiring& wiring);
 
-/// Whether a service of master.cf has a list of its own without the panel's table. One that listens
-/// for this machine alone, as content filters hand their mail back to, is left aside: what comes to
-/// it has been checked.
-Findings CheckOverrides(const Wiring& wiring);
-
 }  // namespace panel::mail

@@ -28,11 +28,18 @@ std::string NotePath() {
 
 }  // namespace
 
-void NoteSteps() {
+bool NoteSteps() {
   const std::string path = NotePath();
+  const bool is_new = !AreStepsNoted();
   const FileHandle note(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!note) Fail(path);
-  conf::SyncFolderOf(path);
+  try {
+    conf::SyncFolderOf(path);
+  } catch (const fen_err::Error&) {
+    if (is_new) unlink(path.c_str());
+    throw;
+  }
+  return is_new;
 }
 
 bool AreStepsNoted() {

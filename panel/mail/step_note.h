@@ -14,8 +14,9 @@
 
 namespace panel::mail {
 
-/// Leaves the note, so that it outlives a crash from here on.
-void NoteSteps();
+/// Leaves the note, so that it outlives a crash from here on. Returns whether there was none: one
+/// of an earlier change stays until its steps have been taken.
+bool NoteSteps();
 
 bool AreStepsNoted();
 

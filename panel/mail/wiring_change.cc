@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -15,6 +16,7 @@
 
 #include "host/fen_err.h"
 #include "host/fen_proc.h"
+#include "panel/mail/panel.h"
 #include "panel/mail/postfix_command.h"
 #include "panel/process/file_handle.h"
 
@@ -116,6 +118,21 @@ void RequireTables(const Wiring& wiring) {
   }
 }
 
+bool IsSaved(const MainCfEdit& edit) {
+  return conf::ReadWholeFile(edit.file).bytes == edit.after;
+}
+
+/// Returns a failure that came when the new text was in its place already.
+std::optional<fen_err::Error> SaveOrFail(const MainCfEdit& edit) {
+  try {
+    Save(edit);
+  } catch (const fen_err::Error& error) {
+    if (!IsSaved(edit)) throw;
+    return error;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 WiringChange ChangeOf(const Wiring& wiring) {
@@ -145,6 +162,7 @@ WiringResult Apply(const WiringChange& change) {
   // Asked before anything is changed, so that a command that cannot be started keeps all as it is.
   const bool is_running = IsPostfixRunning();
   Undoing undoing;
+  std::optional<fen_err::Error> failure;
   if (change.writes_client_rule) {
     result.copy_of_client_rule = WriteClientRule(change.client_rule, undoing);
   }
@@ -152,11 +170,12 @@ WiringResult Apply(const WiringChange& change) {
   if (!change.assignments.empty()) {
     const MainCfEdit edit = EditMainCf(change.main_cf, change.assignments);
     result.copy = KeepCopy(edit.file, edit.before.bytes, undoing);
-    Save(edit);
+    failure = SaveOrFail(edit);
   }
   undoing.Forget();
   if (is_running) Reload();
   result.is_reloaded = is_running;
+  if (failure) throw PartlyDone(*failure, "the settings are made, and Postfix goes by them\n");
   return result;
 }
 

@@ -9,6 +9,7 @@
 #include "panel/mail/advice.h"
 #include "panel/mail/mailbox_end_checks.h"
 #include "panel/mail/maps.h"
+#include "panel/mail/override_checks.h"
 #include "panel/mail/postconf.h"
 #include "panel/mail/restriction_checks.h"
 #include "panel/mail/shadow_checks.h"

@@ -162,9 +162,7 @@ class Reader {
     return *text;
   }
 
-  static std::string Quoted(std::string_view key) {
-    return '"' + EscapeControlCharacters(key) + '"';
-  }
+  static std::string Quoted(std::string_view key) { return '"' + std::string(key) + '"'; }
 
   const std::filesystem::path& file_;
 };
@@ -177,7 +175,7 @@ Config ReadConfig(const std::filesystem::path& file) {
   try {
     return reader.Read(toml::parse(text));
   } catch (const toml::parse_error& error) {
-    reader.Fail(error.source(), EscapeControlCharacters(error.description()));
+    reader.Fail(error.source(), std::string(error.description()));
   }
 }
 

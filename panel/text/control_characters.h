@@ -21,8 +21,8 @@ struct Glyph {
   std::string_view bytes;
 
   /// Whether it is better not shown as it is: a control character, of ASCII or of those that
-  /// Unicode takes from Latin-1, one that is invisible or turns the direction of what follows, or
-  /// no UTF-8.
+  /// Unicode takes from Latin-1, one that is invisible, looks like a blank or turns the direction
+  /// of what follows, or no UTF-8.
   bool is_hidden;
 };
 
@@ -35,5 +35,9 @@ std::string Hexadecimal(std::string_view bytes);
 /// `text` with what is hidden shown as "\n", "\r", "\t" or "\x1b", and the backslash as "\\", so
 /// that what was escaped can be told from what was there.
 std::string EscapeControlCharacters(std::string_view text);
+
+/// The same with backslashes as they are, for what is to be copied, and without the ASCII
+/// characters in `kept`.
+std::string EscapeHidden(std::string_view text, std::string_view kept = "");
 
 }  // namespace panel

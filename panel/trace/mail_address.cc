@@ -3,11 +3,6 @@
 
 #include "panel/trace/mail_address.h"
 
-#include <algorithm>
-#include <utility>
-
-#include "panel/mail/names.h"
-
 namespace panel::trace {
 namespace {
 
@@ -20,14 +15,6 @@ std::string Modern(const std::string& text) {
     return text.substr(0, percent) + "@" + text.substr(percent + 1);
   }
   return text;
-}
-
-/// Names that mean something by themselves and have no extensions.
-bool IsWhole(const std::string& local, const Settings& settings) {
-  const std::string name = mail::LowerCase(local);
-  if (name == "postmaster" || name == "mailer-daemon" || name == "double-bounce") return true;
-  const bool is_of_list = name.starts_with("owner-") || name.ends_with("-request");
-  return is_of_list && settings.has_owners && settings.delimiters.find('-') != std::string::npos;
 }
 
 }  // namespace
@@ -43,9 +30,9 @@ MailAddress::MailAddress(const std::string& text, const Settings& settings) {
 }
 
 std::optional<Extended> SplitExtension(const std::string& local, const Settings& settings) {
-  const std::size_t end = std::min(local.find_first_of(settings.delimiters), local.size());
-  if (end == 0 || end == local.size() || IsWhole(local, settings)) return std::nullopt;
-  return Extended{local.substr(0, end), local.substr(end)};
+  const auto place = settings.extensions.PlaceIn(local);
+  if (!place) return std::nullopt;
+  return Extended{local.substr(0, *place), local.substr(*place)};
 }
 
 }  // namespace panel::trace

@@ -57,13 +57,12 @@ Settings ReadSettings() {
   Settings settings;
   settings.origin = mail::HostName("myorigin");
   if (value("append_dot_mydomain") == "yes") settings.domain_for_hosts = value("mydomain");
-  settings.delimiters = value("recipient_delimiter");
+  settings.extensions = {value("recipient_delimiter"), value("owner_request_special") == "yes"};
   const mail::Parameter& propagation = parameters.at("propagate_unmatched_extensions");
   settings.extends_virtual = Has(propagation, "virtual");
   settings.extends_aliases = Has(propagation, "alias");
   settings.parents_match =
       Has(parameters.at("parent_domain_matches_subdomains"), "smtpd_access_maps");
-  settings.has_owners = value("owner_request_special") == "yes";
   settings.most_nestings = Limit(parameters, "virtual_alias_recursion_limit");
   settings.most_addresses = Limit(parameters, "virtual_alias_expansion_limit");
   settings.longest_address = Limit(parameters, "virtual_alias_address_length_limit");

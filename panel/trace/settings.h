@@ -10,17 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/extensions.h"
+
 namespace panel::trace {
 
 struct Settings {
-  std::string origin;            ///< completes addresses without a domain
-  std::string domain_for_hosts;  ///< completes host names without a dot; empty when none does
-  std::string delimiters;        ///< begin the extension of a local part; empty when there are none
-  bool extends_virtual = false;  ///< an extension without a line is passed on by the virtual table
-  bool extends_aliases = false;  ///< and by the aliases
-  bool parents_match = false;    ///< in the access table a domain stands for those below it
-  bool has_owners = false;       ///< "owner-NAME" in the aliases belongs to NAME
-  std::size_t most_nestings = 0;          ///< of virtual addresses
+  std::string origin;             ///< completes addresses without a domain
+  std::string domain_for_hosts;   ///< completes host names without a dot; empty when none does
+  mail::Extensions extensions;    ///< of local parts
+  bool extends_virtual = false;   ///< an extension without a line is passed on by the virtual table
+  bool extends_aliases = false;   ///< and by the aliases
+  bool parents_match = false;     ///< in the access table a domain stands for those below it
+  std::size_t most_nestings = 0;  ///< of virtual addresses
   std::size_t most_addresses = 0;         ///< that one becomes
   std::size_t longest_address = 0;        ///< that it may become
   std::vector<std::string> destinations;  ///< the words of mydestination

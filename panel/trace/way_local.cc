@@ -84,8 +84,8 @@ bool Way::DeliverToAlias(std::size_t depth, const std::string& address, const st
   if (!is_new) return true;
   Source next = source;
   next.alias = name;
-  next.has_owner =
-      source.has_owner || (settings_.has_owners && aliases_.Find("owner-" + name) != nullptr);
+  next.has_owner = source.has_owner ||
+                   (settings_.extensions.has_owners && aliases_.Find("owner-" + name) != nullptr);
   open_aliases_.push_back(name);
   DeliverToValues(depth, address, entry->value, extension, next);
   open_aliases_.pop_back();

@@ -151,5 +151,37 @@ TEST_P(WiredByCommand, IsNoOpenRelayForListedSendersAndRecipients) {
   EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, "somebody@friend.example").code, 454);
 }
 
+/// As of submission, though this one is not for users who log in.
+TEST_P(WiredByCommand, RefusesWhereAServiceHasAListOfItsOwnOnceThatIsMended) {
+  const std::filesystem::path master_cf = postfix_.config_dir() / "master.cf";
+  std::string services = ReadText(master_cf);
+  const std::string port = std::to_string(postfix_.port());
+  const std::size_t end = services.find(" smtpd\n", services.find("127.0.0.1:" + port)) + 7;
+  services.insert(end, "  -o smtpd_recipient_restrictions=permit_auth_destination,reject\n");
+  services.erase(services.find("127.0.0.1:" + port), 10);
+  WriteText(master_cf, services);
+  Zebmail({"postfix-config", "--apply"});
+  MakeOld(MainCf());
+  postfix_.Start();
+  Zebmail({"domain", "create", "example.org"});
+  Zebmail({"mailbox", "create", "info@example.org"});
+  Zebmail({"domain", "suspend", "example.org"});
+  WaitForReply(250, "info@example.org");
+
+  const CommandRun check =
+      RunCommand({ZEBMAIL_BINARY, "--config", folder_.Path("zebmail.toml"), "check"});
+  EXPECT_EQ(check.status, 1);
+  EXPECT_THAT(check.output, testing::StartsWith("master.cf " + port + " inet has a "));
+  const std::string mend = check.output.substr(check.output.find("; mend: ") + 8);
+  const CommandRun mended = RunCommand({"/bin/sh", "-c", mend});
+
+  EXPECT_EQ(mended.status, 0) << mended.errors;
+  EXPECT_EQ(Zebmail({"check"}), "nothing is wrong\n");
+  WaitForReply(550, "info@example.org");
+  Zebmail({"domain", "resume", "example.org"});
+  WaitForReply(250, "info@example.org");
+  EXPECT_EQ(AskForRecipient(postfix_.port(), kStranger, "x@elsewhere.test").code, 454);
+}
+
 }  // namespace
 }  // namespace test_support

@@ -144,7 +144,7 @@ TEST_F(ConfigFile, RefusesControlCharacters) {
   EXPECT_EQ(Complaint(std::string(kRequired) + "[path]\na = \"/bin/x\\n/bin/y\"\n"),
             "config: zebmail.toml:5: the value of \"a\" holds a control character");
   EXPECT_EQ(Complaint(std::string(kRequired) + "[param]\n\"a\\nb\" = \"\\u0000\"\n"),
-            "config: zebmail.toml:5: the value of \"a\\nb\" holds a control character");
+            "config: zebmail.toml:5: the value of \"a\nb\" holds a control character");
   EXPECT_EQ(Complaint("state_dir = \"/a\\u007f\"\n"
                       "module_dir = \"/b\"\ndatabase = \"c\"\n"),
             "config: zebmail.toml:1: the value of \"state_dir\" holds a control character");

@@ -53,7 +53,7 @@ TEST(DatabaseUrl, RefusesOtherKindsOfDatabases) {
 
 TEST(DatabaseUrl, RefusesControlCharacters) {
   EXPECT_EQ(Refusal("sqlite3:///a\nb"),
-            "database: sqlite3:///a\\nb: must not hold control characters");
+            "database: sqlite3:///a\nb: must not hold control characters");
 }
 
 TEST(DatabaseUrl, GivesAPostgresqlServerTenSecondsToAnswer) {

@@ -163,6 +163,18 @@ TEST(ControlCharacters, AreEscapedWithAllThatShowsNothingOrIsNoUtf8) {
   EXPECT_EQ(panel::EscapeControlCharacters("漢字 😀"), "漢字 😀");
 }
 
+TEST(ControlCharacters, AreEscapedWithBlanksThatAreNoneAndVariants) {
+  for (const char* const blank : {"\u00a0", "\u1680", "\u2003", "\u202f", "\u205f", "\u2800",
+                                  "\u3000", "\u3164", "\uffa0", "\ufe0f", "\U0001d159"}) {
+    EXPECT_EQ(panel::EscapeControlCharacters(blank), panel::Hexadecimal(blank));
+  }
+}
+
+TEST(Hidden, IsEscapedWithBackslashesLeftAsTheyAre) {
+  EXPECT_EQ(panel::EscapeHidden("a\\.b\n\t\x1b\u2800"), "a\\.b\\n\\t\\x1b\\xe2\\xa0\\x80");
+  EXPECT_EQ(panel::EscapeHidden("a\\.b\n\t\x1b", "\n\t"), "a\\.b\n\t\\x1b");
+}
+
 TEST(Utf8, WritesEachCharacterInOneWay) {
   for (const char* text : {"", "a", "ü", "€", "😀", "\x7f", "\u0080", "\u07ff", "\u0800", "\ud7ff",
                            "\ue000", "\uffff", "\U00010000", "\U0010ffff"}) {

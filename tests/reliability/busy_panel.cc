@@ -83,7 +83,7 @@ bool IsBookkeeping(const fs::path& path) {
 bool IsOnItsWay(const fs::path& path) {
   const std::string name = path.filename();
   return name.ends_with(".zebmail") || name == "steps" || name == "saving" ||
-         path.parent_path().filename() == "pending";
+         path.parent_path().filename() == "pending" || path.parent_path().filename() == "main.cf";
 }
 
 std::vector<fs::path> FilesBelow(const fs::path& folder) {
@@ -108,6 +108,20 @@ std::vector<std::string> Contents(const std::string& config, const std::string& 
 }
 
 }  // namespace
+
+void LeaveOutCopies(State& state, const std::string& main_cf) {
+  for (auto file = state.files.begin(); file != state.files.end();) {
+    const bool is_copy =
+        file->first.find("main.cf.zebmail-") != std::string::npos && file->second == main_cf;
+    if (is_copy) state.names.erase(file->first);
+    file = is_copy ? state.files.erase(file) : std::next(file);
+  }
+}
+
+std::string TextOr(const Files& files, const std::string& name) {
+  const auto file = files.find(name);
+  return file == files.end() ? "(there is none)" : file->second;
+}
 
 BusyPanel::BusyPanel() {
   const std::string told = panel_.Path("told");

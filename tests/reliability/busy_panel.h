@@ -42,6 +42,13 @@ struct State {
   bool operator==(const State&) const = default;
 };
 
+/// Takes the copies of main.cf out that a change of it keeps: one that was killed or has failed may
+/// have kept one too.
+void LeaveOutCopies(State& state, const std::string& main_cf);
+
+/// The text of a file, or that there is none.
+std::string TextOr(const Files& files, const std::string& name);
+
 class BusyPanel {
  public:
   BusyPanel();

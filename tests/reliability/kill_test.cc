@@ -126,21 +126,6 @@ class RunningTool {
   bool is_ours_ = false;
 };
 
-/// The copies of main.cf that a change of it keeps; a killed change has kept one too.
-void LeaveOutCopies(State& state, const std::string& main_cf) {
-  for (auto file = state.files.begin(); file != state.files.end();) {
-    const bool is_copy =
-        file->first.find("main.cf.zebmail-") != std::string::npos && file->second == main_cf;
-    if (is_copy) state.names.erase(file->first);
-    file = is_copy ? state.files.erase(file) : std::next(file);
-  }
-}
-
-std::string TextOr(const Files& files, const std::string& name) {
-  const auto file = files.find(name);
-  return file == files.end() ? "(there is none)" : file->second;
-}
-
 std::set<std::string> NamesOf(const std::vector<const State*>& states) {
   std::set<std::string> names;
   for (const State* state : states) {

@@ -342,7 +342,7 @@ TEST(BindingCheck, FindsMapLinesThatPostfixCannotUse) {
                 "that it is about may send from another address; mend: mend the line, or delete "
                 "it\n" +
                 panel.map() +
-                ":4 is not well-formed; Postfix says: Unmatched ( or \\(; the domain that it is "
+                ":4 is not well-formed; Postfix says: Unmatched ( or \\\\(; the domain that it is "
                 "about may send from another address; mend: mend the line, or delete it\n");
 }
 

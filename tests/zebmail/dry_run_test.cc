@@ -4,8 +4,10 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/terminal.h"
 #include "tests/zebmail/own_panel.h"
 
 namespace zebmail_test {
@@ -37,6 +39,29 @@ TEST(DryRun, ShowsDiffsRowsAndTools) {
                 "tool: " +
                 Postmap(panel, "virtusertable") + "\ntool: " + panel.postfix().path() +
                 " reload\n");
+}
+
+/// The bound domain's line holds a backslash; the other one is around it in the diff.
+TEST(DryRun, EscapesOnATerminalWhatATableHidesAndGivesPatchTheBytes) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "a.example"});
+  const std::string table = panel.Path("panel/mail/local-host-names");
+  panel.SetTable("local-host-names", "# \x1b[31m\tred\u2800\\\n" + panel.Table("local-host-names"));
+  const std::vector<std::string> words = {"--dry-run", "domain", "create", "b.example"};
+  const std::string shown =
+      "\r\n # \\x1b[31m\tred\\xe2\\xa0\\x80\\\r\n a.example\r\n+b.example\r\n";
+
+  std::vector<std::string> line = {ZEBMAIL_BINARY, "--config", panel.config()};
+  line.insert(line.end(), words.begin(), words.end());
+  test_support::OnTerminal terminal(line);
+  EXPECT_THAT(terminal.ReadAll(), testing::HasSubstr(shown));
+  EXPECT_EQ(terminal.Wait(), 0);
+
+  const std::string diff = panel.Do(words);
+  const CommandRun patched = test_support::RunCommand({"/usr/bin/patch", "-p0", "--binary", table},
+                                                      diff.substr(diff.find("--- " + table)));
+  EXPECT_EQ(patched.status, 0) << patched.output << patched.errors;
+  EXPECT_EQ(panel.Table("local-host-names"), "# \x1b[31m\tred\u2800\\\na.example\nb.example\n");
 }
 
 TEST(DryRun, PrintsOneJsonDocument) {

@@ -190,6 +190,15 @@ TEST_F(NameClash, OfMailboxBeforeAPlusWithEntryOfTheAliases) {
                     Place("aliases", 2));
 }
 
+TEST_F(NameClash, OfMailboxBeforeADelimiterOfMainCfWithEntryOfTheAliases) {
+  panel_.SetMainCf(panel_.MainCf() + "recipient_delimiter = -.\n");
+
+  ExpectRefused(panel_, {"mailbox", "create", "devnull.x@example.org"},
+                "value: mailbox: \"devnull.x@example.org\" would get no mail: Postfix gives it to "
+                "the entry of that name in " +
+                    Place("aliases", 2));
+}
+
 /// Postfix completes the bare targets of the tables with this name.
 TEST_F(NameClash, OfDomainWithTheServerItself) {
   ExpectRefused(

@@ -13,8 +13,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include "panel/process/file_handle.h"
 #include "tests/support/temp_folder.h"
@@ -486,6 +488,38 @@ TEST(PostfixConfig, OverwritesNothingThatSomebodyElseHasWrittenMeanwhile) {
   EXPECT_EQ(panel.MainCf(), before + "relayhost = [192.0.2.1]\n");
   EXPECT_FALSE(fs::exists(panel.Rule()));
   EXPECT_FALSE(fs::exists(panel.main_cf() + ".zebmail-1"));
+}
+
+/// postconf waits with its first change of the copy until zebmail is dead.
+TEST(PostfixConfig, LeavesNoCopyOfMainCfForGoodWhenItIsKilled) {
+  const UnwiredPanel panel;
+  const std::string copy = panel.Path("panel/state/main.cf");
+  const std::string edits = panel.Path("edits");
+  const std::string is_dead = panel.Path("is-dead");
+  panel.folder().WriteText("bin/postconf", "#!/bin/sh\ncase \" $* \" in *' -e '*)\n  : >'" + edits +
+                                               "'\n  until [ -e '" + is_dead +
+                                               "' ]; do sleep 0.05; done\nesac\n"
+                                               "exec /usr/sbin/postconf \"$@\"\n");
+  test_support::SetMode(panel.Path("bin/postconf"), 0755);
+  fs::create_symlink("/usr/sbin/postmap", panel.Path("bin/postmap"));
+  panel.Configure("postfix-postmap", panel.Path("bin/postmap") + " -c " + panel.Path("config"));
+  const std::string before = panel.MainCf();
+
+  test_support::RunCommand(
+      {ZEBMAIL_BINARY, "--config", panel.config(), "postfix-config", "--apply"}, "",
+      [&edits](pid_t zebmail) {
+        for (int wait = 0; !fs::exists(edits) && wait < 2000; ++wait) usleep(10000);
+        kill(zebmail, SIGKILL);
+      });
+  EXPECT_EQ(test_support::ReadText(copy + "/main.cf"), before);
+  EXPECT_EQ(test_support::ModeOf(copy), 0700U);
+  test_support::WriteText(is_dead, "");
+
+  panel.Do({"domain", "list"});
+  EXPECT_FALSE(fs::exists(copy));
+  panel.Do({"postfix-config", "--apply"});
+  EXPECT_FALSE(fs::exists(copy));
+  EXPECT_EQ(panel.Value("virtual_alias_maps"), panel.Virtual());
 }
 
 TEST(PostfixConfig, ShowsADryRunAsJson) {

@@ -476,6 +476,32 @@ TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {
   EXPECT_FALSE(std::filesystem::exists(note));
 }
 
+TEST(ResponderFolder, IsNotNotedAnyMoreWhenTheChangeIsRefused) {
+  const MailboxPanel panel;
+  std::filesystem::create_directory(panel.Path("panel/mail/.aliases.zebmail"));
+
+  EXPECT_EQ(panel.Run({"responder", "on", "info@example.org"}).status, 1);
+
+  EXPECT_FALSE(std::filesystem::exists(panel.Path("panel/state/steps")));
+  EXPECT_FALSE(std::filesystem::exists(panel.ResponderPath(1)));
+}
+
+TEST(ResponderFolder, StaysNotedWhenAnEarlierChangeOwesItAndTheNextOneIsRefused) {
+  const MailboxPanel panel;
+  panel.Do({"mailbox", "create", "other@example.org"});
+  test_support::WriteText(panel.ResponderPath(1), "in the way");
+  EXPECT_EQ(panel.Run({"responder", "on", "info@example.org"}).status, 1);
+  std::filesystem::create_directory(panel.Path("panel/mail/.aliases.zebmail"));
+
+  EXPECT_EQ(panel.Run({"responder", "on", "other@example.org"}).status, 1);
+
+  EXPECT_TRUE(std::filesystem::exists(panel.Path("panel/state/steps")));
+  std::filesystem::remove(panel.ResponderPath(1));
+  std::filesystem::remove(panel.Path("panel/mail/.aliases.zebmail"));
+  panel.Do({"responder", "on", "other@example.org"});
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
 TEST(ResponderFolder, ThatCannotBeMadeIsReportedAndMendedByCheckFix) {
   const MailboxPanel panel;
   const std::string in_the_way = panel.ResponderPath(1);

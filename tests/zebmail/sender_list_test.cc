@@ -278,7 +278,7 @@ TEST(SenderListRefuses, HostileValues) {
                  Hostile(" ", " "),
                  Hostile("a@example.net b@example.net", "a@example.net b@example.net"),
                  Hostile("a@example.net\nb@example.net OK", "a@example.net\\nb@example.net OK"),
-                 Hostile("a@example.net\r", "a@example.net\\x0d"),
+                 Hostile("a@example.net\r", "a@example.net\\r"),
                  Hostile("a.example\tOK", "a.example\\tOK"),
                  Hostile("a#b@example.net", "a#b@example.net"),
                  Hostile("#example.net", "#example.net"),
@@ -469,38 +469,92 @@ TEST(ListedMailbox, IsListedAfterItIsDeletedAloneOrWithItsDomain) {
             "-- whitelist\nsales@example.org\n-- blacklist\nexample.org\ninfo@example.org\n");
 }
 
-/// Postfix looks the address with its extension up before the one without.
-TEST(ListedExtension, GivesWayWhileItsMailboxIsSuspended) {
-  const MailboxPanel panel;
-  panel.Do({"mailbox", "create", "sales@example.org"});
-  panel.Do({"whitelist", "add", "info+news@example.org", "sales+x@example.org"});
+/// recipient_delimiter, and the one of it that is used.
+struct Delimiter {
+  const char* all;
+  const char* used;
+};
 
-  panel.Do({"mailbox", "suspend", "info@example.org"});
-  EXPECT_EQ(panel.Table("access"),
-            "sales+x@example.org\tOK\ninfo@example.org\t550 Account disabled\n");
-  EXPECT_EQ(panel.Do({"whitelist", "list"}), "info+news@example.org\nsales+x@example.org\n");
-  EXPECT_EQ(panel.Run({"whitelist", "add", "info+other@example.org"}).errors,
+void PrintTo(const Delimiter& delimiter, std::ostream* stream) {
+  *stream << delimiter.used << " of " << delimiter.all;
+}
+
+/// Postfix looks the address with its extension up before the one without.
+class ListedExtension : public testing::TestWithParam<Delimiter> {
+ protected:
+  ListedExtension() { Separate(GetParam().all); }
+
+  void Separate(const std::string& delimiters) const {
+    panel_.SetMainCf(main_cf_ + "recipient_delimiter = " + delimiters + "\n");
+  }
+
+  static std::string With(const std::string& local, const std::string& extension) {
+    return local + GetParam().used + extension + "@example.org";
+  }
+
+  const MailboxPanel panel_;
+
+ private:
+  const std::string main_cf_ = panel_.MainCf();
+};
+
+TEST_P(ListedExtension, GivesWayWhileItsMailboxIsSuspended) {
+  const std::string news = With("info", "news");
+  const std::string sales = With("sales", "x");
+  panel_.Do({"mailbox", "create", "sales@example.org"});
+  panel_.Do({"whitelist", "add", news, sales});
+
+  panel_.Do({"mailbox", "suspend", "info@example.org"});
+  EXPECT_EQ(panel_.Table("access"), sales + "\tOK\ninfo@example.org\t550 Account disabled\n");
+  EXPECT_EQ(panel_.Do({"whitelist", "list"}), news + "\n" + sales + "\n");
+  EXPECT_EQ(panel_.Run({"whitelist", "add", With("info", "other")}).errors,
             "zebmail: suspended: mailbox: info@example.org cannot be listed otherwise while it is "
             "suspended; resume it first\n");
 
-  panel.Do({"mailbox", "resume", "info@example.org"});
-  EXPECT_EQ(panel.Table("access"), "sales+x@example.org\tOK\ninfo+news@example.org\tOK\n");
+  panel_.Do({"mailbox", "resume", "info@example.org"});
+  EXPECT_EQ(panel_.Table("access"), sales + "\tOK\n" + news + "\tOK\n");
 
-  panel.Do({"mailbox", "suspend", "info@example.org"});
-  panel.Do({"mailbox", "delete", "info@example.org"});
-  EXPECT_EQ(panel.Table("access"), "sales+x@example.org\tOK\ninfo+news@example.org\tOK\n");
+  panel_.Do({"mailbox", "suspend", "info@example.org"});
+  panel_.Do({"mailbox", "delete", "info@example.org"});
+  EXPECT_EQ(panel_.Table("access"), sales + "\tOK\n" + news + "\tOK\n");
 }
 
-/// A mailbox may have a "+" in its own name.
-TEST(ListedExtension, IsAMailboxOfItsOwnWhereThereIsOne) {
-  const MailboxPanel panel;
-  panel.Do({"mailbox", "create", "info+news@example.org"});
-  panel.Do({"mailbox", "suspend", "info@example.org"});
+TEST_P(ListedExtension, ByHandIsFoundByCheckWhileItsMailboxIsSuspended) {
+  panel_.Do({"mailbox", "suspend", "info@example.org"});
+  panel_.SetTable("access", panel_.Table("access") + With("info", "news") + " OK\n");
 
-  panel.Do({"whitelist", "add", "info+news@example.org"});
-
-  EXPECT_EQ(panel.Lookup("access", "info+news@example.org"), "OK");
+  EXPECT_THAT(panel_.Run({"check"}).output,
+              testing::HasSubstr(panel_.Path("panel/mail/access") +
+                                 ":2 lets mail through for the mailbox info@example.org, which "));
 }
+
+/// A mailbox may have the character in its own name.
+TEST_P(ListedExtension, IsAMailboxOfItsOwnWhereThereIsOne) {
+  const std::string news = With("info", "news");
+  panel_.Do({"mailbox", "create", news});
+  panel_.Do({"mailbox", "suspend", "info@example.org"});
+
+  panel_.Do({"whitelist", "add", news});
+
+  EXPECT_EQ(panel_.Lookup("access", news), "OK");
+}
+
+TEST_P(ListedExtension, IsNoneWhereMainCfHasAnotherDelimiterOrNone) {
+  panel_.Do({"mailbox", "suspend", "info@example.org"});
+  for (const char* const other : {"", "="}) {
+    Separate(other);
+    const std::string news = With("info", "news");
+
+    panel_.Do({"whitelist", "add", news});
+
+    EXPECT_EQ(panel_.Lookup("access", news), "OK");
+    panel_.Do({"whitelist", "remove", news});
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Delimiters, ListedExtension,
+                         testing::Values(Delimiter{"+", "+"}, Delimiter{"-", "-"},
+                                         Delimiter{"+-", "-"}, Delimiter{".", "."}));
 
 }  // namespace
 }  // namespace zebmail_test

@@ -210,6 +210,8 @@ TEST(TableCheck, NamesHostNamesInAFormThatThePanelDoesNotFind) {
 
 TEST(TableCheck, NamesLinesThatLetMailThroughForWhatIsSuspended) {
   const EditedPanel panel;
+  panel.SetMainCf(panel.MainCf() +
+                  "recipient_delimiter = +\npropagate_unmatched_extensions = canonical\n");
   panel.Do({"domain", "create", "b.example"});
   panel.Do({"mailbox", "suspend", "info@a.example"});
   panel.Do({"domain", "suspend", "b.example"});

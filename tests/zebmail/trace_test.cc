@@ -766,7 +766,7 @@ TEST(Trace, ShowsHostileBytesInOneLine) {
   const TracePanel panel;
   panel.AddLines("virtusertable", "evil@example.org \x1b[31mred\r\tx@example.net\n");
 
-  EXPECT_THAT(panel.Way("evil@example.org"), HasSubstr("-> \\x1b[31mred\\x0d\\tx@example.net\n"));
+  EXPECT_THAT(panel.Way("evil@example.org"), HasSubstr("-> \\x1b[31mred\\r\\tx@example.net\n"));
 }
 
 TEST(Trace, ChangesNothing) {

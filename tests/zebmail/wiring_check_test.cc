@@ -277,30 +277,115 @@ TEST(WiringCheck, FindsWhatPermitsBeforeTheAccessTable) {
   EXPECT_EQ(panel.Do({"check"}), kWell);
 }
 
-TEST(WiringCheck, FindsAServiceWithRestrictionsOfItsOwn) {
-  const WiredPanel panel;
-  const std::string others =
-      "smtp inet n - n - - smtpd\n"
-      "127.0.0.1:10025 inet n - n - - smtpd -o smtpd_recipient_restrictions=permit\n";
-  const auto submission = [&](const std::string& list) {
-    panel.folder().WriteText("config/master.cf", others +
-                                                     "submission inet n - n - - smtpd\n  -o { "
-                                                     "smtpd_recipient_restrictions = " +
-                                                     list + " }\n");
-  };
-  submission("permit_sasl_authenticated, reject");
+/// A service of master.cf, and what its list is to become.
+struct OwnList {
+  const char* name;
+  const char* option;  ///< of its line in master.cf
+  const char* parameter;
+  const char* mended;  ///< with "MAIL" for the folder of the tables
+};
 
-  EXPECT_EQ(panel.Findings(),
-            "master.cf submission inet has a smtpd_recipient_restrictions of its own, which lacks "
-            "check_recipient_access " +
-                panel.Access() +
-                "; mail for suspended domains is not refused; mend: put that into its -o "
-                "smtpd_recipient_restrictions in " +
-                panel.Path("config/master.cf") + ", first of all, or take the -o out; then run: " +
-                panel.postfix().path() + " reload\n");
+void PrintTo(const OwnList& list, std::ostream* stream) {
+  *stream << list.name;
+}
 
-  submission("check_recipient_access " + panel.Access() + ", permit_sasl_authenticated, reject");
-  EXPECT_EQ(panel.Do({"check"}), kWell);
+class ServiceWithAListOfItsOwn : public testing::TestWithParam<OwnList> {
+ protected:
+  std::string SetMasterCf(const std::string& options) const {
+    return panel_.folder().WriteText(
+        "config/master.cf",
+        "smtp inet n - n - - smtpd\n"
+        "127.0.0.1:10025 inet n - n - - smtpd -o smtpd_recipient_restrictions=permit\n"
+        "submission inet n - n - - smtpd\n  " +
+            options + "\n");
+  }
+
+  std::string InFolder(std::string text) const {
+    for (std::size_t at; (at = text.find("MAIL")) != std::string::npos;) {
+      text.replace(at, 4, panel_.Path("panel/mail"));
+    }
+    return text;
+  }
+
+  const WiredPanel panel_;
+};
+
+TEST_P(ServiceWithAListOfItsOwn, IsMendedByOneCommandThatMasterCfTakes) {
+  SetMasterCf(GetParam().option);
+  const std::string mended = InFolder(GetParam().mended);
+  const std::string parameter = GetParam().parameter;
+  const std::string mend = "/usr/sbin/postconf -c " + panel_.Path("config") +
+                           " -P 'submission/inet/" + parameter + "=" + mended + "' && " +
+                           panel_.postfix().path() + " reload";
+
+  const std::string finding = panel_.Findings();
+
+  EXPECT_THAT(finding, StartsWith("master.cf submission inet has a " + parameter +
+                                  " of its own, which lacks check_"));
+  EXPECT_THAT(finding, EndsWith("; mend: " + mend + "\n"));
+  panel_.Mend(mend);
+  EXPECT_THAT(panel_.folder().ReadText("config/master.cf"),
+              HasSubstr("-o " + parameter + "=" + mended + "\n"));
+  EXPECT_EQ(panel_.Do({"check"}), kWell);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WiringCheck, ServiceWithAListOfItsOwn,
+    testing::Values(
+        OwnList{"Recipients", "-o smtpd_recipient_restrictions=permit_sasl_authenticated,reject",
+                "smtpd_recipient_restrictions",
+                "check_recipient_access,hash:MAIL/access,permit_sasl_authenticated,reject"},
+        OwnList{"ListWithBlanks",
+                "-o { smtpd_recipient_restrictions = permit_sasl_authenticated, reject }",
+                "smtpd_recipient_restrictions",
+                "check_recipient_access,hash:MAIL/access,permit_sasl_authenticated,reject"},
+        OwnList{"EmptyList", "-o smtpd_sender_restrictions=", "smtpd_sender_restrictions",
+                "check_sender_access,hash:MAIL/access"},
+        OwnList{"Reference", "-o smtpd_client_restrictions=$mua_client_restrictions",
+                "smtpd_client_restrictions",
+                "check_client_access,pipemap:{regexp:MAIL/client-address.regexp,hash:MAIL/access},"
+                "$mua_client_restrictions"},
+        OwnList{"RefusalInTheListAlone",
+                "-o smtpd_relay_restrictions= -o "
+                "smtpd_recipient_restrictions=permit_sasl_authenticated,reject_unauth_destination",
+                "smtpd_recipient_restrictions",
+                "permit_sasl_authenticated,reject_unauth_destination,check_recipient_access,"
+                "hash:MAIL/access"}));
+
+using ServiceThatRefusesNoRelaying = ServiceWithAListOfItsOwn;
+
+/// An OK in the table would open it, as long as no list refuses.
+TEST_F(ServiceThatRefusesNoRelaying, IsMadeToRefuseFirst) {
+  SetMasterCf(
+      "-o smtpd_relay_restrictions= "
+      "-o smtpd_recipient_restrictions=permit_sasl_authenticated,reject");
+  const std::string finding = panel_.Findings();
+  EXPECT_THAT(finding, HasSubstr("; mend: "));
+  const std::string mend = finding.substr(finding.find("; mend: ") + 8);
+  EXPECT_EQ(mend.substr(mend.find("; then run ")), "; then run zebmail check once more\n");
+  panel_.Mend(mend.substr(0, mend.find("; then run ")));
+
+  EXPECT_THAT(panel_.Findings(),
+              HasSubstr("smtpd_recipient_restrictions=check_recipient_access,hash:" +
+                        panel_.Mail("access") + ",permit_sasl_authenticated,reject' && "));
+}
+
+using ServiceWithBlanksInAnElement = ServiceWithAListOfItsOwn;
+
+TEST_F(ServiceWithBlanksInAnElement, IsLeftToAnEditor) {
+  const std::string own = "check_client_access inline:{ 192.0.2.1 = permit }";
+  SetMasterCf("-o { smtpd_client_restrictions = " + own + " }");
+  const std::string list =
+      "check_client_access,pipemap:{regexp:" + panel_.Mail("client-address.regexp") + "," +
+      panel_.Access() + "},check_client_access,inline:{ 192.0.2.1 = permit }";
+  const std::string option = "-o { smtpd_client_restrictions = " + list + " }";
+
+  EXPECT_THAT(panel_.Findings(),
+              EndsWith("; mend: in " + panel_.Path("config/master.cf") + ", give it " + option +
+                       ", then run: " + panel_.postfix().path() + " reload\n"));
+
+  SetMasterCf(option);
+  EXPECT_EQ(panel_.Do({"check"}), kWell);
 }
 
 TEST(WiringCheck, FindsCleanupWithMapsOfItsOwn) {
@@ -481,6 +566,77 @@ TEST(WiringCheck, LooksForTheEndOfEachMailbox) {
   }
   panel.Set("transport_maps", panel.Map("transport", "example.org lmtp/unix\n"));
   EXPECT_EQ(panel.Check(), kWell);
+}
+
+/// What transport_maps says, and whether info@mail.example.org ends by it.
+struct Way {
+  const char* name;
+  const char* lines;  ///< of the map
+  bool has_end;
+};
+
+void PrintTo(const Way& way, std::ostream* stream) {
+  *stream << way.name;
+}
+
+class WayOfAMailbox : public testing::TestWithParam<Way> {
+ protected:
+  WayOfAMailbox() {
+    panel_.Do({"mailbox", "delete", "info@example.org"});
+    panel_.Do({"domain", "create", "mail.example.org"});
+    panel_.Do({"mailbox", "create", "info+list@mail.example.org"});
+    panel_.Set("parent_domain_matches_subdomains", "");
+    panel_.Set("mailbox_transport", "");
+    panel_.Set("recipient_delimiter", "+");
+    panel_.Set("propagate_unmatched_extensions", "canonical");
+  }
+
+  void ExpectEnd(bool has_end) const {
+    const std::string check = panel_.Check();
+    if (has_end) {
+      EXPECT_EQ(check, kWell);
+    } else {
+      EXPECT_THAT(check, StartsWith("info+list@mail.example.org has neither a Unix user"));
+    }
+  }
+
+  const WiredPanel panel_;
+};
+
+TEST_P(WayOfAMailbox, IsLookedUpAsPostfixDoesIt) {
+  panel_.Set("transport_maps", panel_.Map("transport", GetParam().lines));
+  ExpectEnd(GetParam().has_end);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WiringCheck, WayOfAMailbox,
+    testing::Values(Way{"Address", "info+list@mail.example.org lmtp\n", true},
+                    Way{"AddressWithoutExtension", "info@mail.example.org lmtp\n", true},
+                    Way{"OtherAddress", "infos@mail.example.org lmtp\n", false},
+                    Way{"Domain", "mail.example.org lmtp\n", true},
+                    Way{"BelowADomain", ".example.org lmtp\n", true},
+                    Way{"DomainAbove", "example.org lmtp\n", false}, Way{"All", "* lmtp\n", true},
+                    Way{"AddressBackAgain",
+                        "mail.example.org lmtp\ninfo+list@mail.example.org local\n", false},
+                    Way{"DomainBeforeAll", "* lmtp\nmail.example.org local\n", false}));
+
+using WayByPatterns = WayOfAMailbox;
+
+TEST_F(WayByPatterns, IsLookedUpByTheWholeAddressAlone) {
+  const std::string map = panel_.Path("ways.regexp");
+  panel_.Set("transport_maps", "regexp:" + map);
+  test_support::WriteText(map, "/^info@mail/ lmtp\n/^mail/ lmtp\n");
+  ExpectEnd(false);
+  test_support::WriteText(map, "/^info\\+list@mail/ lmtp\n");
+  ExpectEnd(true);
+}
+
+using WayOfParents = WayOfAMailbox;
+
+TEST_F(WayOfParents, IsThatOfADomainAboveWhereMainCfSaysSo) {
+  panel_.Set("parent_domain_matches_subdomains", "transport_maps");
+  panel_.Set("transport_maps", panel_.Map("transport", "example.org lmtp\n"));
+  ExpectEnd(true);
 }
 
 TEST(WiringCheck, NamesTheParameterOfATransportMapThatIsMissing) {

@@ -1,0 +1,52 @@
+/// NAME
+///   terminal - a program on a terminal of its own
+
+#include "tests/support/terminal.h"
+
+#include <array>
+#include <stdexcept>
+
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace test_support {
+
+OnTerminal::OnTerminal(std::vector<std::string> words) {
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  int terminal = -1;
+  child_ = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child_ < 0) throw std::runtime_error("forkpty failed");
+  if (child_ == 0) {
+    execv(arguments.front(), arguments.data());
+    _exit(127);
+  }
+  terminal_ = panel::FileHandle(terminal);
+}
+
+std::string OnTerminal::ReadUntil(const std::string& text) {
+  while (printed_.find(text) == std::string::npos && ReadPart()) continue;
+  return printed_;
+}
+
+std::string OnTerminal::ReadAll() {
+  while (ReadPart()) continue;
+  return printed_;
+}
+
+bool OnTerminal::ReadPart() {
+  std::array<char, 4096> part{};
+  const ssize_t count = read(terminal_.get(), part.data(), part.size());
+  if (count > 0) printed_.append(part.data(), static_cast<std::size_t>(count));
+  return count > 0;
+}
+
+int OnTerminal::Wait() const {
+  int status = 0;
+  waitpid(child_, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace test_support

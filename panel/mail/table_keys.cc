@@ -22,9 +22,14 @@ constexpr int kMostSearches = 16;
 constexpr std::uint64_t kFree = ~std::uint64_t{0};
 constexpr std::uint64_t kPlaceMask = (std::uint64_t{1} << 40U) - 1;
 
+/// Looks at all characters, as bytes: so the compiler looks at many at once.
 bool IsLowerCase(std::string_view text) {
-  return std::none_of(text.begin(), text.end(),
-                      [](char character) { return character >= 'A' && character <= 'Z'; });
+  unsigned char has_capital = 0;
+  for (const char character : text) {
+    const auto letter = static_cast<unsigned char>(character - 'A');
+    has_capital = static_cast<unsigned char>(has_capital | (letter <= 'Z' - 'A'));
+  }
+  return has_capital == 0;
 }
 
 std::uint64_t Hash(std::string_view key) {

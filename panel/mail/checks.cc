@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,6 +21,7 @@
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/host_name_checks.h"
 #include "panel/mail/map_contents.h"
+#include "panel/mail/map_tool.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/suspension_checks.h"
@@ -28,6 +30,7 @@
 #include "panel/mail/wiring_checks.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
+#include "panel/text/words.h"
 
 namespace panel::mail {
 namespace {
@@ -59,11 +62,23 @@ std::string ProgramOf(const std::string& name) {
   return command.substr(0, command.find(' '));
 }
 
+/// The programs that the command line that is configured under `name` runs: its own, and Postfix's
+/// behind that.
+std::vector<std::string> ProgramsOf(const std::string& name) {
+  const std::vector<std::string> words = SplitWords(fen_cf::GetPath(name));
+  if (words.empty()) return {};
+  const std::string behind = BehindMapTool(words).front();
+  if (behind == words.front()) return {behind};
+  return {words.front(), behind};
+}
+
 void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
-  const std::string program = ProgramOf(name);
-  if (program.empty()) {
+  const std::vector<std::string> programs = ProgramsOf(name);
+  if (programs.empty()) {
     findings.push_back({"path", name, "is not configured", why, ConfigureAdvice(name), {}});
-  } else if (access(program.c_str(), X_OK) != 0) {
+  }
+  for (const std::string& program : programs) {
+    if (access(program.c_str(), X_OK) == 0) continue;
     findings.push_back({"path",
                         name,
                         program + " cannot be run: " + std::generic_category().message(errno),

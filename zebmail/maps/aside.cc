@@ -22,6 +22,7 @@ using panel::FileHandle;
 
 constexpr mode_t kPrivateFolder = 0700;
 constexpr mode_t kPrivateFile = 0600;
+constexpr mode_t kOthers = 077;
 constexpr mode_t kPermissions = 07777;
 
 const char* const kAgain = "run this again";
@@ -36,14 +37,18 @@ bool HasExtendedAttributes(const fs::path& path) {
   return size > 0 || (size < 0 && errno != ENOTSUP);
 }
 
-/// Removes what a run that was killed has left; nothing that it would not have made.
-void RemoveLeftovers(const fs::path& folder, const fs::path& text, const fs::path& map) {
+/// Removes the folder and the files in it, which Postfix's program may have made too; nothing that
+/// is open to others, who may have put it there.
+void RemoveLeftovers(const fs::path& folder) {
   struct stat status {};
-  const bool is_own =
-      lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
+  const bool is_own = lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+                      status.st_uid == geteuid() && (status.st_mode & kOthers) == 0;
   if (!is_own) return;
-  unlink(text.c_str());
-  unlink(map.c_str());
+  std::error_code failed;  // what stays is in the way of the folder's removal
+  for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
+       entry.increment(failed)) {
+    unlink(entry->path().c_str());
+  }
   rmdir(folder.c_str());
 }
 
@@ -68,12 +73,15 @@ Aside::Aside(const fs::path& path, const std::string& suffix)
       folder_(FolderBeside(path)),
       text_here_(folder_ / path.filename()),
       map_here_(text_here_.string() + suffix) {
-  RemoveLeftovers(folder_, text_here_, map_here_);
-  if (mkdir(folder_.c_str(), kPrivateFolder) != 0) FailOn(folder_, errno, kRoom);
+  RemoveLeftovers(folder_);
+  if (mkdir(folder_.c_str(), kPrivateFolder) != 0) {
+    const int error = errno;
+    FailOn(folder_, error, error == EEXIST ? "look what it holds, and remove it" : kRoom);
+  }
 }
 
 Aside::~Aside() {
-  RemoveLeftovers(folder_, text_here_, map_here_);
+  RemoveLeftovers(folder_);
 }
 
 std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix) {

@@ -3,6 +3,7 @@
 
 #include "panel/mail/checks.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -56,12 +57,6 @@ Findings CheckPendingWork() {
   return findings;
 }
 
-/// The program of the command line that is configured under `name`.
-std::string ProgramOf(const std::string& name) {
-  const std::string command = fen_cf::GetPath(name);
-  return command.substr(0, command.find(' '));
-}
-
 /// The programs that the command line that is configured under `name` runs: its own, and Postfix's
 /// behind that.
 std::vector<std::string> ProgramsOf(const std::string& name) {
@@ -70,6 +65,13 @@ std::vector<std::string> ProgramsOf(const std::string& name) {
   const std::string behind = BehindMapTool(words).front();
   if (behind == words.front()) return {behind};
   return {words.front(), behind};
+}
+
+bool CanBeRun(const std::string& name) {
+  const std::vector<std::string> programs = ProgramsOf(name);
+  return !programs.empty() &&
+         std::all_of(programs.begin(), programs.end(),
+                     [](const std::string& program) { return access(program.c_str(), X_OK) == 0; });
 }
 
 void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
@@ -196,7 +198,7 @@ Findings CheckTableFolders() {
 std::string FaultOf(const Map& map, const std::string& type) {
   if (!ReadingFailure(map.text).empty()) return "";
   if (IsStale(map, *SuffixOf(type))) return "is missing or older than its text";
-  if (access(ProgramOf(map.tool).c_str(), X_OK) != 0) return "";
+  if (!CanBeRun(map.tool)) return "";
   try {
     return IsOfText(map, type) ? "" : "is newer than its text, but does not say the same";
   } catch (const fen_err::Error& error) {

@@ -82,7 +82,8 @@ std::optional<Order> ReadOrder(std::vector<std::string> words) {
 
 Arguments ReadArguments(const std::vector<std::string>& words) {
   Arguments arguments;
-  arguments.format = FormatOf(words.empty() ? "" : words.front());
+  if (!words.empty()) arguments.name = words.front();
+  arguments.format = FormatOf(arguments.name);
   arguments.tool =
       arguments.format == Format::kPostmap ? "/usr/sbin/postmap" : "/usr/sbin/postalias";
   const std::size_t own = OwnOptions(words, arguments).Take();

@@ -22,6 +22,7 @@ struct Order {
 };
 
 struct Arguments {
+  std::string name;  ///< by which the program was called
   Format format = Format::kPostmap;
   std::filesystem::path state_dir = "/var/lib/zebmail";
   std::filesystem::path tool;     ///< Postfix's own program

@@ -34,6 +34,7 @@
 #include "zebmail/maps/known_map.h"
 #include "zebmail/maps/map_file.h"
 #include "zebmail/maps/postfix_settings.h"
+#include "zebmail/maps/still_text.h"
 #include "zebmail/maps/text_line.h"
 #include "zebmail/maps/tool.h"
 
@@ -43,9 +44,6 @@ namespace {
 namespace fs = std::filesystem;
 using panel::FileHandle;
 
-/// As often as the text changes under the work; a text that never stays is an error.
-constexpr int kAttempts = 5;
-
 /// Few lines are worth it in any text, however short.
 constexpr std::size_t kFewLines = 50;
 
@@ -54,26 +52,15 @@ constexpr std::size_t kFewLines = 50;
 constexpr std::size_t kBytesPerLine = 1000;
 constexpr std::size_t kBytesPerLineOfLmdb = 20000;
 
-struct Text {
-  std::string bytes;
-  struct stat status {};
-};
-
-std::string IdentityAt(const fs::path& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? IdentityOf(status) : "";
+/// The map is good whether or not anything is known of it the next time.
+void WarnOfSlowness(const Arguments& arguments, const FileError& error) {
+  std::cerr << arguments.name << ": warning: " << error.what()
+            << "; until then whole maps are built\n";
 }
 
-/// The text as it was at one moment.
-Text ReadStill(const fs::path& path) {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const FileHandle file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    Text text;
-    if (!file || fstat(file.get(), &text.status) != 0) FailOn(path, errno, "put the table there");
-    text.bytes = ReadAll(file.get(), path);
-    if (IdentityAt(path) == IdentityOf(text.status)) return text;
-  }
-  throw FileError(path.string() + " changes all the time; run this again when it does not");
+std::optional<struct stat> StatusOf(const FileHandle& file) {
+  struct stat status {};
+  return file && fstat(file.get(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
 /// Passes on what a tool prints, line by line.
@@ -110,17 +97,17 @@ class Update {
   /// Returns the exit status.
   int Run() {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      const Text text = ReadStill(text_);
+      const StillText text = ReadStill(text_);
       const int status = BringInStep(text);
-      if (status != 0 || IdentityAt(text_) == IdentityOf(text.status)) return status;
+      if (status != 0 || IsStill(text, text_)) return status;
     }
-    throw FileError(text_.string() + " changes all the time; run this again when it does not");
+    FailOnUnrest(text_);
   }
 
  private:
   std::string Name() const { return arguments_.tool.filename().string() + " " + text_.string(); }
 
-  int BringInStep(const Text& text) {
+  int BringInStep(const StillText& text) {
     std::string why;
     try {
       ChangeEntries(text.bytes);
@@ -139,24 +126,35 @@ class Update {
 
   void ChangeEntries(const std::string& text) {
     const FileHandle map = OpenMap(map_);
-    struct stat status {};
-    if (!map || fstat(map.get(), &status) != 0) throw Uncertain("there is none yet");
-    const std::optional<std::string> before = known_.TextOf(IdentityOf(status));
+    const std::optional<struct stat> status = StatusOf(map);
+    if (!status) throw Uncertain("there is none yet");
+    const std::optional<std::string> before = known_.TextOf(IdentityOf(*status));
     if (!before) throw Uncertain("it is not known of which text the present one is");
     const auto differences = FindDifferences(*before, text, MostLines(text));
     if (!differences) throw Uncertain("too many lines have changed");
     const Changes changes = FindChanges(*before, text, *differences, arguments_.format);
 
+    RequireSame(IdentityOf(*status), StatusOf(map));
     known_.Forget();
     Put(changes.put);
     Remove(changes.remove);
-    struct stat now {};
-    if (stat(map_.c_str(), &now) != 0 || now.st_ino != status.st_ino) {
-      throw Uncertain("somebody has put another one in its place");
-    }
+    RequireInPlace(map);
     Keep(map, text, CommonBeginning(*before, text));
     Explain(std::to_string(changes.put.size()) + " entries put, " +
             std::to_string(changes.remove.size()) + " removed");
+  }
+
+  /// Reading has taken its time.
+  static void RequireSame(const std::string& identity, const std::optional<struct stat>& now) {
+    if (!now || IdentityOf(*now) != identity) throw Uncertain("somebody else works on it");
+  }
+
+  void RequireInPlace(const FileHandle& map) const {
+    const std::optional<struct stat> changed = StatusOf(map);
+    const std::optional<struct stat> now = StatusOf(OpenMap(map_));
+    if (!changed || !now || changed->st_ino != now->st_ino) {
+      throw Uncertain("somebody has put another one in its place");
+    }
   }
 
   std::size_t MostLines(const std::string& text) const {
@@ -203,7 +201,7 @@ class Update {
     return words;
   }
 
-  int BuildAside(const Text& text) {
+  int BuildAside(const StillText& text) {
     const Aside aside(text_, SuffixOf(type_));
     const fs::path copy = aside.WriteText(text.bytes, text.status);
     LinePrinter printer(aside);
@@ -219,15 +217,12 @@ class Update {
 
   /// The tool reads the text by itself. Only if that is the same before and after is it known of
   /// which text the map is.
-  int BuildInPlace(const Text& text) {
+  int BuildInPlace(const StillText& text) {
     Forget();
     const int status = RunTool(Command({}, text_), "", known_.lock(),
                                [](std::string_view output) { std::cerr << output; });
     if (status != 0) return status;
-    const Text now = ReadStill(text_);
-    const bool is_same =
-        IdentityOf(now.status) == IdentityOf(text.status) && now.bytes == text.bytes;
-    if (is_same) KeepWhole(text.bytes);
+    if (IsStill(text, text_) && ReadStill(text_).bytes == text.bytes) KeepWhole(text.bytes);
     return 0;
   }
 
@@ -239,14 +234,13 @@ class Update {
             (map ? oddity : map_.string() + " is not a file of the superuser's"));
   }
 
-  /// The map is good whether or not this succeeds.
   void Keep(const FileHandle& map, const std::string& text, std::size_t same) {
     try {
       const std::optional<std::string> identity = MarkMap(map, map_);
       if (identity) return known_.Keep(*identity, text, same);
       Explain("so it will be the next time: the file system keeps no exact times");
     } catch (const FileError& error) {
-      WarnOfSlowness(error);
+      WarnOfSlowness(arguments_, error);
     }
   }
 
@@ -255,12 +249,8 @@ class Update {
     try {
       known_.Forget();
     } catch (const FileError& error) {
-      WarnOfSlowness(error);
+      WarnOfSlowness(arguments_, error);
     }
-  }
-
-  static void WarnOfSlowness(const FileError& error) {
-    std::cerr << "warning: " << error.what() << "; until then whole maps are built\n";
   }
 
   void Explain(const std::string& text) const {
@@ -307,7 +297,7 @@ int CarryOut(const Arguments& arguments) {
   try {
     update.emplace(arguments, *text, type, *settings);
   } catch (const FileError& error) {
-    std::cerr << "warning: " << error.what() << "; until then whole maps are built\n";
+    WarnOfSlowness(arguments, error);
     HandOn(arguments);
   }
   return update->Run();

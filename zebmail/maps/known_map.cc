@@ -42,12 +42,13 @@ const char* const kRemove = "remove it";
 
 std::string Hex(std::uint64_t number) {
   std::array<char, 16> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+  const char* const end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
   return {digits.data(), end};
 }
 
 fs::path MakeFolder(const fs::path& state_dir) {
-  const fs::path folder = state_dir / "maps";
+  fs::path folder = state_dir / "maps";
   if (mkdir(folder.c_str(), kPrivateFolder) != 0 && errno != EEXIST) {
     FailOn(folder, errno, kMendState);
   }

@@ -15,8 +15,10 @@
 #include <unistd.h>
 
 #include "host/fen_err.h"
+#include "panel/mail/map_tool.h"
 #include "panel/process/file_handle.h"
 #include "panel/process/trust.h"
+#include "panel/text/words.h"
 #include "zebmail/config_text.h"
 
 namespace zebmail {
@@ -87,11 +89,26 @@ void RefuseRelativePaths(const std::map<std::string, std::string>& paths) {
   }
 }
 
-/// The modules that were built or installed together with this program.
-fs::path ModuleDir() {
+/// What was built or installed together with this program; empty when it was not.
+fs::path FindBeside(const std::string& name) {
   std::error_code failed;
-  const fs::path beside = fs::read_symlink("/proc/self/exe", failed).parent_path() / "modules";
-  return !failed && fs::is_directory(beside, failed) ? beside : panel::Config().module_dir;
+  const fs::path beside = fs::read_symlink("/proc/self/exe", failed).parent_path() / name;
+  return !failed && fs::exists(beside, failed) ? beside : fs::path();
+}
+
+fs::path ModuleDir() {
+  const fs::path beside = FindBeside("modules");
+  return beside.empty() ? panel::Config().module_dir : beside;
+}
+
+/// The command that builds maps: the one that changes single entries, where it is there and its
+/// path can be part of a command line, or Postfix's own.
+std::string MapCommand(const std::string& tool, const Places& places, const std::string& options) {
+  const std::string beside = FindBeside("zebmail-" + tool);
+  if (beside.empty() || beside.find_first_of(" \t") != std::string::npos) {
+    return "/usr/sbin/" + tool + options;
+  }
+  return beside + " --state " + places.state_dir.string() + options;
 }
 
 std::map<std::string, std::string> Paths(const InitOptions& options, const Places& places) {
@@ -101,9 +118,9 @@ std::map<std::string, std::string> Paths(const InitOptions& options, const Place
     const fs::path folder = fs::absolute(options.postfix_config).lexically_normal();
     with_config = " -c " + folder.string();
     paths.emplace(kMaster.path_name, folder / kMaster.file);
-    paths.emplace("postfix-postmap", "/usr/sbin/postmap" + with_config);
-    paths.emplace("postfix-postalias", "/usr/sbin/postalias" + with_config);
   }
+  paths.emplace("postfix-postmap", MapCommand("postmap", places, with_config));
+  paths.emplace("postfix-postalias", MapCommand("postalias", places, with_config));
   paths.emplace("postfix-bin", "/usr/sbin/postfix" + with_config);
   paths.emplace(kDomainIps.path_name, places.mail / kDomainIps.file);
   if (options.root.empty()) {
@@ -129,15 +146,19 @@ panel::Config NewConfig(const InitOptions& options, const Places& places) {
   return config;
 }
 
-/// The program in front of a tool's command line must be there, or nothing will reach Postfix.
-void CheckTool(const panel::Config& config, const std::string& name, const std::string& otherwise) {
-  const std::string command = PathOr(config, name, otherwise);
-  const std::string program = command.substr(0, command.find(' '));
+void RequireProgram(const std::string& name, const std::string& program) {
   if (access(program.c_str(), X_OK) == 0) return;
   throw fen_err::Error("missing", "[path] " + name,
                        "\"" + program +
                            "\" cannot be run: " + std::generic_category().message(errno) +
                            "; install Postfix, or give --path " + name + "=PROGRAM");
+}
+
+/// The programs of a tool's command line must be there, or nothing will reach Postfix.
+void CheckTool(const panel::Config& config, const std::string& name) {
+  const std::string command = PathOr(config, name, "");
+  RequireProgram(name, command.substr(0, command.find(' ')));
+  RequireProgram(name, panel::mail::BehindMapTool(panel::SplitWords(command)).front());
 }
 
 void CheckPostfixConfig(const std::string& folder) {
@@ -162,9 +183,9 @@ void CheckNewPanel(const InitOptions& options, const panel::Config& config) {
     RefuseBlanks(std::string("--path ") + table.path_name, PathOr(config, table.path_name, ""));
   }
   CheckPostfixConfig(options.postfix_config);
-  CheckTool(config, "postfix-bin", "");
-  CheckTool(config, "postfix-postmap", "/usr/sbin/postmap");
-  CheckTool(config, "postfix-postalias", "/usr/sbin/postalias");
+  for (const char* name : {"postfix-bin", "postfix-postmap", "postfix-postalias"}) {
+    CheckTool(config, name);
+  }
 }
 
 /// What could not be used later is not made.

@@ -3,11 +3,13 @@
 
 #include "panel/mail/checks.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
 #include <map>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,6 +22,7 @@
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/host_name_checks.h"
 #include "panel/mail/map_contents.h"
+#include "panel/mail/map_tool.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/responder_checks.h"
 #include "panel/mail/suspension_checks.h"
@@ -28,6 +31,7 @@
 #include "panel/mail/wiring_checks.h"
 #include "panel/module/config.h"
 #include "panel/process/file_handle.h"
+#include "panel/text/words.h"
 
 namespace panel::mail {
 namespace {
@@ -53,17 +57,30 @@ Findings CheckPendingWork() {
   return findings;
 }
 
-/// The program of the command line that is configured under `name`.
-std::string ProgramOf(const std::string& name) {
-  const std::string command = fen_cf::GetPath(name);
-  return command.substr(0, command.find(' '));
+/// The programs that the command line that is configured under `name` runs: its own, and Postfix's
+/// behind that.
+std::vector<std::string> ProgramsOf(const std::string& name) {
+  const std::vector<std::string> words = SplitWords(fen_cf::GetPath(name));
+  if (words.empty()) return {};
+  const std::string behind = BehindMapTool(words).front();
+  if (behind == words.front()) return {behind};
+  return {words.front(), behind};
+}
+
+bool CanBeRun(const std::string& name) {
+  const std::vector<std::string> programs = ProgramsOf(name);
+  return !programs.empty() &&
+         std::all_of(programs.begin(), programs.end(),
+                     [](const std::string& program) { return access(program.c_str(), X_OK) == 0; });
 }
 
 void CheckTool(const std::string& name, const std::string& why, Findings& findings) {
-  const std::string program = ProgramOf(name);
-  if (program.empty()) {
+  const std::vector<std::string> programs = ProgramsOf(name);
+  if (programs.empty()) {
     findings.push_back({"path", name, "is not configured", why, ConfigureAdvice(name), {}});
-  } else if (access(program.c_str(), X_OK) != 0) {
+  }
+  for (const std::string& program : programs) {
+    if (access(program.c_str(), X_OK) == 0) continue;
     findings.push_back({"path",
                         name,
                         program + " cannot be run: " + std::generic_category().message(errno),
@@ -181,7 +198,7 @@ Findings CheckTableFolders() {
 std::string FaultOf(const Map& map, const std::string& type) {
   if (!ReadingFailure(map.text).empty()) return "";
   if (IsStale(map, *SuffixOf(type))) return "is missing or older than its text";
-  if (access(ProgramOf(map.tool).c_str(), X_OK) != 0) return "";
+  if (!CanBeRun(map.tool)) return "";
   try {
     return IsOfText(map, type) ? "" : "is newer than its text, but does not say the same";
   } catch (const fen_err::Error& error) {

@@ -11,6 +11,7 @@
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "panel/conf/disk_file.h"
+#include "panel/mail/map_tool.h"
 #include "panel/mail/names.h"
 #include "panel/process/tools.h"
 #include "panel/text/words.h"
@@ -34,7 +35,7 @@ std::string WithoutWarnings(const std::string& output, const std::string& tool) 
 
 /// Another tool may be configured in the place of postmap.
 std::vector<std::string> PostconfCommand(const std::string& tool) {
-  std::vector<std::string> words = SplitWords(fen_cf::GetPath(tool));
+  std::vector<std::string> words = BehindMapTool(SplitWords(fen_cf::GetPath(tool)));
   if (words.empty()) words.emplace_back();
   std::filesystem::path postconf = words.front();
   postconf.replace_filename("postconf");

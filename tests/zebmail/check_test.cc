@@ -16,10 +16,6 @@ namespace fs = std::filesystem;
 
 using testing::StartsWith;
 
-std::string Postmap(const OwnPanel& panel, const std::string& table) {
-  return "/usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Path("panel/mail/" + table);
-}
-
 /// Makes the map of `table` older than its text.
 void MakeStale(const OwnPanel& panel, const std::string& table) {
   const fs::path map = panel.Path("panel/mail/" + table + ".db");
@@ -43,8 +39,7 @@ TEST(Check, FindsAndMendsStaleAndMissingMaps) {
   fs::remove(panel.Path("panel/mail/aliases.db"));
   const std::string virtusertable = panel.Path("panel/mail/virtusertable.db");
   const std::string aliases = panel.Path("panel/mail/aliases.db");
-  const std::string postalias =
-      "/usr/sbin/postalias -c " + panel.Path("config") + " " + panel.Path("panel/mail/aliases");
+  const std::string postalias = panel.MapCommand("postalias", "aliases");
 
   const CommandRun found = panel.Run({"check"});
   EXPECT_EQ(found.status, 1);
@@ -52,13 +47,13 @@ TEST(Check, FindsAndMendsStaleAndMissingMaps) {
             virtusertable +
                 " is missing or older than its text; Postfix works with an earlier text, or with "
                 "none; mend: " +
-                Postmap(panel, "virtusertable") + "\n" + aliases +
+                panel.MapCommand("postmap", "virtusertable") + "\n" + aliases +
                 " is missing or older than its text; Postfix works with an earlier text, or with "
                 "none; mend: " +
                 postalias + "\n");
 
   EXPECT_EQ(panel.Do({"check", "--fix"}),
-            "mended: " + virtusertable + ": " + Postmap(panel, "virtusertable") +
+            "mended: " + virtusertable + ": " + panel.MapCommand("postmap", "virtusertable") +
                 "\nmended: " + aliases + ": " + postalias + "\nnothing is wrong\n");
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
 }
@@ -211,6 +206,21 @@ TEST(Check, FindsToolThatCannotBeRun) {
             "postfix-postalias /nonexistent/postalias cannot be run: No such file or "
             "directory; changes of the aliases do not reach Postfix; mend: set "
             "postfix-postalias under [path] in " +
+                panel.config() + "\n");
+}
+
+TEST(Check, FindsToolOfPostfixThatCannotBeRun) {
+  const OwnPanel panel;
+  const std::string own = std::string(ZEBMAIL_MAPS_FOLDER) + "/zebmail-postalias";
+  panel.Configure("postfix-postalias", own + " --tool /nonexistent/postalias");
+
+  const CommandRun run = panel.Run({"check"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output,
+            "postfix-postalias /nonexistent/postalias cannot be run: No such file or directory; "
+            "changes of the aliases do not reach Postfix; mend: set postfix-postalias under [path] "
+            "in " +
                 panel.config() + "\n");
 }
 

@@ -13,10 +13,6 @@
 namespace zebmail_test {
 namespace {
 
-std::string Postmap(const OwnPanel& panel, const std::string& table) {
-  return "/usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Path("panel/mail/" + table);
-}
-
 TEST(DryRun, ShowsDiffsRowsAndTools) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "a.example"});
@@ -37,7 +33,7 @@ TEST(DryRun, ShowsDiffsRowsAndTools) {
                 "+b.example\n"
                 "database: insert email_domain: name=b.example active=true defaction=ignore\n"
                 "tool: " +
-                Postmap(panel, "virtusertable") + "\ntool: " + panel.postfix().path() +
+                panel.MapCommand("postmap", "virtusertable") + "\ntool: " + panel.postfix().path() +
                 " reload\n");
 }
 
@@ -90,7 +86,7 @@ TEST(DryRun, PrintsOneJsonDocument) {
                 "  ],\n"
                 "  \"tools\": [\n"
                 "    \"" +
-                Postmap(panel, "access") +
+                panel.MapCommand("postmap", "access") +
                 "\"\n"
                 "  ]\n"
                 "}\n");
@@ -122,9 +118,9 @@ TEST(DryRun, ShowsAllThatGoesWithAMailbox) {
                 "database: delete email_responder: id=1 email=1 active=true\n"
                 "database: delete responder_text: id=1 mailbox=1 subject=Away body=A\n"
                 "database: delete email: id=1 name=info domain=1 active=true dropmail=false\n"
-                "tool: /usr/sbin/postalias -c " +
-                panel.Path("config") + " " + aliases +
-                "\ntool: " + Postmap(panel, "virtusertable") + "\n");
+                "tool: " +
+                panel.MapCommand("postalias", "aliases") +
+                "\ntool: " + panel.MapCommand("postmap", "virtusertable") + "\n");
 }
 
 TEST(DryRun, ShowsNothingWhereNothingWouldChange) {
@@ -205,8 +201,8 @@ TEST(DryRun, ShowsEntriesThatThePanelWouldPutThere) {
                        " root: admin\n"
                        "+postfix_err_nouser:\t\"| exit 67\"\n"
                        "+devnull:\t\"/dev/null\"\n"
-                       "tool: /usr/sbin/postalias -c " +
-                       panel.Path("config") + " " + aliases + "\n");
+                       "tool: " +
+                       panel.MapCommand("postalias", "aliases") + "\n");
   EXPECT_EQ(panel.Table("aliases"), "root: admin\n");
 }
 

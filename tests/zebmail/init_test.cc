@@ -18,10 +18,19 @@ using test_support::ModeOf;
 using test_support::RecordingTool;
 using testing::ElementsAre;
 
+/// Without what is known of the maps.
 std::vector<std::string> NamesIn(const fs::path& folder) {
   std::vector<std::string> names;
-  for (const auto& [name, text] : Snapshot(folder)) names.push_back(name);
+  for (const auto& [name, text] : Snapshot(folder)) {
+    if (!name.starts_with("state/maps/")) names.push_back(name);
+  }
   return names;
+}
+
+/// The command that builds maps, as far as it is configured.
+std::string MapTool(const std::string& tool, const PostfixFolder& place) {
+  return std::string(ZEBMAIL_MAPS_FOLDER) + "/zebmail-" + tool + " --state " +
+         place.Path("panel/state") + " -c " + place.Path("config");
 }
 
 TEST(Init, MakesSelfContainedPanel) {
@@ -67,10 +76,9 @@ TEST(Init, WritesConfiguration) {
                 "postfix-bin = \"" + place.postfix().path() + "\"\n" + "postfix-domainips = \"" +
                 panel + "/mail/domainips\"\n" + "postfix-localhostnames = \"" + panel +
                 "/mail/local-host-names\"\n" + "postfix-master = \"" + place.Path("config") +
-                "/master.cf\"\n" + "postfix-postalias = \"/usr/sbin/postalias -c " +
-                place.Path("config") + "\"\n" + "postfix-postmap = \"/usr/sbin/postmap -c " +
-                place.Path("config") + "\"\n" + "postfix-virtusertable = \"" + panel +
-                "/mail/virtusertable\"\n");
+                "/master.cf\"\n" + "postfix-postalias = \"" + MapTool("postalias", place) + "\"\n" +
+                "postfix-postmap = \"" + MapTool("postmap", place) + "\"\n" +
+                "postfix-virtusertable = \"" + panel + "/mail/virtusertable\"\n");
 }
 
 TEST(Init, KeepsOthersOut) {
@@ -193,6 +201,21 @@ TEST(Init, NamesToolThatIsMissing) {
             "zebmail: missing: [path] postfix-postalias: \"/nonexistent/postalias\" cannot be run: "
             "No such file or directory; install Postfix, or give --path "
             "postfix-postalias=PROGRAM\n");
+  EXPECT_FALSE(fs::exists(place.Path("panel")));
+}
+
+TEST(Init, NamesToolOfPostfixThatIsMissing) {
+  const PostfixFolder place;
+  std::vector<std::string> words = place.InitWords();
+  words.insert(words.end(), {"--path", std::string("postfix-postmap=") + ZEBMAIL_MAPS_FOLDER +
+                                           "/zebmail-postmap --tool /nonexistent/postmap"});
+
+  const CommandRun run = Zebmail(words);
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zebmail: missing: [path] postfix-postmap: \"/nonexistent/postmap\" cannot be run: No "
+            "such file or directory; install Postfix, or give --path postfix-postmap=PROGRAM\n");
   EXPECT_FALSE(fs::exists(place.Path("panel")));
 }
 

@@ -78,6 +78,11 @@ void PostfixFolder::SetMainCf(const std::string& text) const {
   fs::last_write_time(main_cf, fs::last_write_time(main_cf) - std::chrono::hours(1));
 }
 
+std::string PostfixFolder::MapCommand(const std::string& tool, const std::string& table) const {
+  return std::string(ZEBMAIL_MAPS_FOLDER) + "/zebmail-" + tool + " --state " + Path("panel/state") +
+         " -c " + Path("config") + " " + Path("panel/mail/" + table);
+}
+
 std::vector<std::string> PostfixFolder::InitWords() const {
   return {"init",
           "--root",

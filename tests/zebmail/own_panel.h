@@ -48,6 +48,10 @@ class PostfixFolder {
 
   const test_support::RecordingTool& postfix() const noexcept { return postfix_; }
 
+  /// The command by which the panel has the map of its table built; `tool` is "postmap" or
+  /// "postalias".
+  std::string MapCommand(const std::string& tool, const std::string& table) const;
+
   /// The words of an init of a panel in the folder "panel".
   std::vector<std::string> InitWords() const;
 

@@ -455,8 +455,8 @@ TEST(PostfixConfig, ShowsTheDifferenceInADryRunAndChangesNothing) {
       "\n@@ -11,3 +11,4 @@\n smtpd_sender_restrictions = " + panel.Senders() +
       "\n mydestination = $myhostname, localhost, " + panel.LocalNames() +
       "\n alias_maps = " + panel.Aliases() + "\n+smtpd_client_restrictions = " + panel.Clients() +
-      "\ntool: /usr/sbin/postmap -c " + panel.Path("config") + " " + panel.Mail("access") +
-      "\ntool: " + panel.postfix().path() + " reload\n";
+      "\ntool: " + panel.MapCommand("postmap", "access") + "\ntool: " + panel.postfix().path() +
+      " reload\n";
 
   EXPECT_EQ(panel.Do({"--dry-run", "postfix-config", "--apply"}), diff);
   EXPECT_EQ(panel.Do({"--dry-run", "postfix-config"}), diff);

@@ -314,9 +314,9 @@ TEST(ResponderDryRun, ShowsDiffsRowsAndToolsAndMakesNoFolder) {
                 "\n"
                 "database: insert responder_text: mailbox=1 subject=\"Away now\" body=A\\n\n"
                 "database: insert email_responder: email=1 active=true\n"
-                "tool: /usr/sbin/postmap -c " +
-                panel.Path("config") + " " + virtusertable + "\ntool: /usr/sbin/postalias -c " +
-                panel.Path("config") + " " + aliases + "\n");
+                "tool: " +
+                panel.MapCommand("postmap", "virtusertable") +
+                "\ntool: " + panel.MapCommand("postalias", "aliases") + "\n");
 
   EXPECT_TRUE(Snapshot(panel.Path("panel")) == before);
 }

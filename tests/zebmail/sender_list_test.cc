@@ -206,8 +206,8 @@ TEST(SenderListDryRun, ShowsTheChangeAndMakesNone) {
                 "database: delete email_whitelist: id=1 name=one@example.net\n"
                 "database: insert email_blacklist: name=one@example.net\n"
                 "database: insert email_blacklist: name=192.0.2.7\n"
-                "tool: /usr/sbin/postmap -c " +
-                panel.Path("config") + " " + access + "\n");
+                "tool: " +
+                panel.MapCommand("postmap", "access") + "\n");
   EXPECT_EQ(panel.Do({"--dry-run", "--json", "whitelist", "remove", "one@example.net"}),
             "{\n"
             "  \"files\": [\n"
@@ -228,8 +228,8 @@ TEST(SenderListDryRun, ShowsTheChangeAndMakesNone) {
                 "    }\n"
                 "  ],\n"
                 "  \"tools\": [\n"
-                "    \"/usr/sbin/postmap -c " +
-                panel.Path("config") + " " + access +
+                "    \"" +
+                panel.MapCommand("postmap", "access") +
                 "\"\n"
                 "  ]\n"
                 "}\n");

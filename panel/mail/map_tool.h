@@ -1,0 +1,20 @@
+/// NAME
+///   map_tool - Postfix's own program behind the one that builds maps
+///
+/// PURPOSE
+///   The programs that the panel runs after a change may be zebmail-postmap and zebmail-postalias,
+///   which run Postfix's in their turn. Who asks Postfix something needs the latter, with the
+///   options that are meant for it.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace panel::mail {
+
+/// What a configured command line, as words, has Postfix do: its own program and the options for
+/// it. The words themselves where they name no program of this panel's.
+std::vector<std::string> BehindMapTool(const std::vector<std::string>& words);
+
+}  // namespace panel::mail

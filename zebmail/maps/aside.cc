@@ -1,0 +1,135 @@
+/// NAME
+///   aside - building a map under another name
+
+#include "zebmail/maps/aside.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "panel/process/file_handle.h"
+#include "zebmail/maps/file.h"
+#include "zebmail/maps/map_file.h"
+
+namespace zebmail::maps {
+namespace {
+
+namespace fs = std::filesystem;
+using panel::FileHandle;
+
+constexpr mode_t kPrivateFolder = 0700;
+constexpr mode_t kPrivateFile = 0600;
+constexpr mode_t kOthers = 077;
+constexpr mode_t kPermissions = 07777;
+
+const char* const kAgain = "run this again";
+const char* const kRoom = "see that its disk works and has room, and run this again";
+
+fs::path FolderBeside(const fs::path& text) {
+  return text.parent_path() / ("." + text.filename().string() + ".zebmail-map");
+}
+
+bool HasExtendedAttributes(const fs::path& path) {
+  const ssize_t size = llistxattr(path.c_str(), nullptr, 0);
+  return size > 0 || (size < 0 && errno != ENOTSUP);
+}
+
+/// Removes the folder and the files in it, which Postfix's program may have made too; nothing that
+/// is open to others, who may have put it there.
+void RemoveLeftovers(const fs::path& folder) {
+  struct stat status {};
+  const bool is_own = lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+                      status.st_uid == geteuid() && (status.st_mode & kOthers) == 0;
+  if (!is_own) return;
+  std::error_code failed;  // what stays is in the way of the folder's removal
+  for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
+       entry.increment(failed)) {
+    unlink(entry->path().c_str());
+  }
+  rmdir(folder.c_str());
+}
+
+void SynchroniseFolder(const fs::path& folder) {
+  const FileHandle handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!handle) FailOn(folder, errno, kAgain);
+  Synchronise(handle.get(), folder);
+}
+
+void Replace(std::string& text, const std::string& old, const std::string& with) {
+  for (std::size_t found = text.find(old); found != std::string::npos;
+       found = text.find(old, found + with.size())) {
+    text.replace(found, old.size(), with);
+  }
+}
+
+}  // namespace
+
+Aside::Aside(const fs::path& path, const std::string& suffix)
+    : text_(path),
+      map_(path.string() + suffix),
+      folder_(FolderBeside(path)),
+      text_here_(folder_ / path.filename()),
+      map_here_(text_here_.string() + suffix) {
+  RemoveLeftovers(folder_);
+  if (mkdir(folder_.c_str(), kPrivateFolder) != 0) {
+    const int error = errno;
+    FailOn(folder_, error, error == EEXIST ? "look what it holds, and remove it" : kRoom);
+  }
+}
+
+Aside::~Aside() {
+  RemoveLeftovers(folder_);
+}
+
+std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix) {
+  const fs::path map = path.string() + suffix;
+  const fs::path folder = FolderBeside(path);
+  struct stat status {};
+  if (lstat(folder.c_str(), &status) == 0 && status.st_uid != geteuid()) {
+    return folder.string() + " belongs to somebody else";
+  }
+  if (access(path.parent_path().c_str(), W_OK) != 0) {
+    return path.parent_path().string() + ": " + std::generic_category().message(errno);
+  }
+  if (lstat(map.c_str(), &status) != 0) return "";
+  if (!S_ISREG(status.st_mode)) return map.string() + " is a link";
+  if (status.st_nlink > 1) return map.string() + " has other names";
+  if (status.st_uid != geteuid()) return map.string() + " belongs to somebody else";
+  if (HasExtendedAttributes(map)) return map.string() + " has extended attributes";
+  return "";
+}
+
+fs::path Aside::WriteText(std::string_view text, const struct stat& original) const {
+  const FileHandle copy(
+      open(text_here_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
+  if (!copy) FailOn(text_here_, errno, kRoom);
+  WriteEnd(copy.get(), text_here_, text, 0);
+  if (fchmod(copy.get(), original.st_mode & kPermissions) != 0) FailOn(text_here_, errno, kAgain);
+  return text_here_;
+}
+
+std::string Aside::WithRealNames(std::string output) const {
+  Replace(output, text_here_.string(), text_.string());
+  return output;
+}
+
+void Aside::Finish() const {
+  const FileHandle map = OpenMap(map_here_);
+  if (!map) FailOn(map_here_, ENOENT, "see what Postfix's program says when it is run by hand");
+  struct stat old {};
+  if (lstat(map_.c_str(), &old) == 0) {
+    if (fchown(map.get(), old.st_uid, old.st_gid) != 0) FailOn(map_, errno, kAgain);
+    if (fchmod(map.get(), old.st_mode & kPermissions) != 0) FailOn(map_, errno, kAgain);
+  }
+  Synchronise(map.get(), map_here_);
+}
+
+void Aside::MoveMap() const {
+  if (rename(map_here_.c_str(), map_.c_str()) != 0) FailOn(map_, errno, kAgain);
+  SynchroniseFolder(map_.parent_path());
+}
+
+}  // namespace zebmail::maps

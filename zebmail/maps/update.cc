@@ -1,0 +1,306 @@
+/// NAME
+///   update - bringing a map in step with its text
+///
+/// HOW
+///   The text of which the map was made is kept (known_map.h). What differs between it and the text
+///   as it is now is put into the map by Postfix's own program, which works on single entries too.
+///   Whatever is not certain is no question: then the map is built anew (aside.h), as Postfix's
+///   program would without this one.
+///
+/// WHEN IT IS KILLED
+///   The record is taken away before the map is touched and comes back when all is done. What was
+///   killed in between is not known to the next run, which builds the map anew.
+
+#include "zebmail/maps/update.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "panel/process/file_handle.h"
+#include "zebmail/maps/aside.h"
+#include "zebmail/maps/changes.h"
+#include "zebmail/maps/difference.h"
+#include "zebmail/maps/file.h"
+#include "zebmail/maps/known_map.h"
+#include "zebmail/maps/map_file.h"
+#include "zebmail/maps/postfix_settings.h"
+#include "zebmail/maps/still_text.h"
+#include "zebmail/maps/text_line.h"
+#include "zebmail/maps/tool.h"
+
+namespace zebmail::maps {
+namespace {
+
+namespace fs = std::filesystem;
+using panel::FileHandle;
+
+/// Few lines are worth it in any text, however short.
+constexpr std::size_t kFewLines = 50;
+
+/// Bytes of text for which one more line may change, before building the whole map is quicker. An
+/// lmdb map puts each entry on the disk by itself.
+constexpr std::size_t kBytesPerLine = 1000;
+constexpr std::size_t kBytesPerLineOfLmdb = 20000;
+
+/// The map is good whether or not anything is known of it the next time.
+void WarnOfSlowness(const Arguments& arguments, const FileError& error) {
+  std::cerr << arguments.name << ": warning: " << error.what()
+            << "; until then whole maps are built\n";
+}
+
+std::optional<struct stat> StatusOf(const FileHandle& file) {
+  struct stat status {};
+  return file && fstat(file.get(), &status) == 0 ? std::optional(status) : std::nullopt;
+}
+
+/// Passes on what a tool prints, line by line.
+class LinePrinter {
+ public:
+  explicit LinePrinter(const Aside& aside) : aside_(aside) {}
+  ~LinePrinter() { std::cerr << aside_.WithRealNames(rest_) << std::flush; }
+  LinePrinter(const LinePrinter&) = delete;
+  LinePrinter& operator=(const LinePrinter&) = delete;
+
+  void Print(std::string_view output) {
+    rest_ += output;
+    const std::size_t end = rest_.rfind('\n') + 1;
+    std::cerr << aside_.WithRealNames(rest_.substr(0, end));
+    rest_.erase(0, end);
+  }
+
+ private:
+  const Aside& aside_;
+  std::string rest_;
+};
+
+/// One run.
+class Update {
+ public:
+  Update(const Arguments& arguments, const fs::path& text, const std::string& type,
+         const PostfixSettings& settings)
+      : arguments_(arguments),
+        text_(text),
+        type_(type),
+        map_(text.string() + SuffixOf(type)),
+        known_(arguments.state_dir, Name(), "type: " + type + "\n" + settings.others) {}
+
+  /// Returns the exit status.
+  int Run() {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      const StillText text = ReadStill(text_);
+      const int status = BringInStep(text);
+      if (status != 0 || IsStill(text, text_)) return status;
+    }
+    FailOnUnrest(text_);
+  }
+
+ private:
+  std::string Name() const { return arguments_.tool.filename().string() + " " + text_.string(); }
+
+  int BringInStep(const StillText& text) {
+    std::string why;
+    try {
+      ChangeEntries(text.bytes);
+      return 0;
+    } catch (const Uncertain& reason) {
+      why = reason.what();
+    } catch (const FileError& error) {
+      why = error.what();
+    }
+    Explain("the whole map is built: " + why);
+    const std::string obstacle = Aside::FindObstacle(text_, SuffixOf(type_));
+    if (obstacle.empty()) return BuildAside(text);
+    Explain("it is built in place: " + obstacle);
+    return BuildInPlace(text);
+  }
+
+  void ChangeEntries(const std::string& text) {
+    const FileHandle map = OpenMap(map_);
+    const std::optional<struct stat> status = StatusOf(map);
+    if (!status) throw Uncertain("there is none yet");
+    const std::optional<std::string> before = known_.TextOf(IdentityOf(*status));
+    if (!before) throw Uncertain("it is not known of which text the present one is");
+    const auto differences = FindDifferences(*before, text, MostLines(text));
+    if (!differences) throw Uncertain("too many lines have changed");
+    const Changes changes = FindChanges(*before, text, *differences, arguments_.format);
+
+    RequireSame(IdentityOf(*status), StatusOf(map));
+    known_.Forget();
+    Put(changes.put);
+    Remove(changes.remove);
+    RequireInPlace(map);
+    Keep(map, text, CommonBeginning(*before, text));
+    Explain(std::to_string(changes.put.size()) + " entries put, " +
+            std::to_string(changes.remove.size()) + " removed");
+  }
+
+  /// Reading has taken its time.
+  static void RequireSame(const std::string& identity, const std::optional<struct stat>& now) {
+    if (!now || IdentityOf(*now) != identity) throw Uncertain("somebody else works on it");
+  }
+
+  void RequireInPlace(const FileHandle& map) const {
+    const std::optional<struct stat> changed = StatusOf(map);
+    const std::optional<struct stat> now = StatusOf(OpenMap(map_));
+    if (!changed || !now || changed->st_ino != now->st_ino) {
+      throw Uncertain("somebody has put another one in its place");
+    }
+  }
+
+  std::size_t MostLines(const std::string& text) const {
+    return kFewLines + text.size() / (type_ == "lmdb" ? kBytesPerLineOfLmdb : kBytesPerLine);
+  }
+
+  /// postalias renews entries of its own with each run.
+  void Put(const std::vector<std::string_view>& lines) const {
+    if (lines.empty() && arguments_.format == Format::kPostmap) return;
+    std::string input;
+    for (const std::string_view line : lines) {
+      input += line;
+      if (!line.ends_with('\n')) input += '\n';
+    }
+    Apply({"-i", "-r"}, input);
+  }
+
+  void Remove(const std::vector<std::string>& keys) const {
+    if (keys.empty()) return;
+    std::string input;
+    for (const std::string& key : keys) input += key + "\n";
+    Apply({"-d", "-"}, input);
+  }
+
+  /// A tool that says something about the entries or the map has not done with them what it should.
+  void Apply(const Words& options, const std::string& input) const {
+    std::string output;
+    const int status = RunTool(Command(options, text_), input, known_.lock(),
+                               [&output](std::string_view text) { output += text; });
+    std::cerr << output;
+    const bool is_of_entries = output.find("stdin") != std::string::npos ||
+                               output.find(text_.string()) != std::string::npos;
+    if (status != 0 || is_of_entries) {
+      throw Uncertain(arguments_.tool.string() + " " + options.front() + " has failed");
+    }
+  }
+
+  Words Command(const Words& options, const fs::path& text) const {
+    Words words = {arguments_.tool};
+    const std::string& config_dir = arguments_.order->config_dir;
+    if (!config_dir.empty()) words.insert(words.end(), {"-c", config_dir});
+    words.insert(words.end(), options.begin(), options.end());
+    words.push_back(type_ + ":" + text.string());
+    return words;
+  }
+
+  int BuildAside(const StillText& text) {
+    const Aside aside(text_, SuffixOf(type_));
+    const fs::path copy = aside.WriteText(text.bytes, text.status);
+    LinePrinter printer(aside);
+    const int status = RunTool(Command({}, copy), "", known_.lock(),
+                               [&printer](std::string_view output) { printer.Print(output); });
+    if (status != 0) return status;
+    aside.Finish();
+    Forget();
+    aside.MoveMap();
+    KeepWhole(text.bytes);
+    return 0;
+  }
+
+  /// The tool reads the text by itself. Only if that is the same before and after is it known of
+  /// which text the map is.
+  int BuildInPlace(const StillText& text) {
+    Forget();
+    const int status = RunTool(Command({}, text_), "", known_.lock(),
+                               [](std::string_view output) { std::cerr << output; });
+    if (status != 0) return status;
+    if (IsStill(text, text_) && ReadStill(text_).bytes == text.bytes) KeepWhole(text.bytes);
+    return 0;
+  }
+
+  void KeepWhole(const std::string& text) {
+    const FileHandle map = OpenMap(map_);
+    const std::string oddity = FindOddity(text, arguments_.format);
+    if (map && oddity.empty()) return Keep(map, text, 0);
+    Explain("so it will be the next time: " +
+            (map ? oddity : map_.string() + " is not a file of the superuser's"));
+  }
+
+  void Keep(const FileHandle& map, const std::string& text, std::size_t same) {
+    try {
+      const std::optional<std::string> identity = MarkMap(map, map_);
+      if (identity) return known_.Keep(*identity, text, same);
+      Explain("so it will be the next time: the file system keeps no exact times");
+    } catch (const FileError& error) {
+      WarnOfSlowness(arguments_, error);
+    }
+  }
+
+  /// A record that stays by a failure is of another map than the one that is built now.
+  void Forget() {
+    try {
+      known_.Forget();
+    } catch (const FileError& error) {
+      WarnOfSlowness(arguments_, error);
+    }
+  }
+
+  void Explain(const std::string& text) const {
+    if (arguments_.explain) std::cerr << map_.string() << ": " << text << "\n";
+  }
+
+  const Arguments& arguments_;
+  fs::path text_;
+  std::string type_;
+  fs::path map_;
+  KnownMap known_;
+};
+
+[[noreturn]] void HandOn(const Arguments& arguments) {
+  Words words = {arguments.tool};
+  words.insert(words.end(), arguments.rest.begin(), arguments.rest.end());
+  BecomeTool(words);
+}
+
+/// The path of the text without links on its way; nothing when it is no file of this user, whose
+/// map Postfix's program makes under another user or refuses to make.
+std::optional<fs::path> FindText(const fs::path& path) {
+  std::error_code failed;
+  const fs::path folder = fs::canonical(fs::absolute(path).parent_path(), failed);
+  if (failed) return std::nullopt;
+  const fs::path text = folder / path.filename();
+  struct stat status {};
+  const bool is_own =
+      stat(text.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid();
+  return is_own ? std::optional(text) : std::nullopt;
+}
+
+}  // namespace
+
+int CarryOut(const Arguments& arguments) {
+  if (!arguments.order) HandOn(arguments);
+  const std::optional<fs::path> text = FindText(arguments.order->text);
+  const std::optional<PostfixSettings> settings = AskPostfix(arguments);
+  if (!text || !settings) HandOn(arguments);
+  const std::string& named = arguments.order->type;
+  const std::string& type = named.empty() ? settings->map_type : named;
+  if (!IsChangeable(type)) HandOn(arguments);
+  std::optional<Update> update;
+  try {
+    update.emplace(arguments, *text, type, *settings);
+  } catch (const FileError& error) {
+    WarnOfSlowness(arguments, error);
+    HandOn(arguments);
+  }
+  return update->Run();
+}
+
+}  // namespace zebmail::maps

@@ -42,8 +42,7 @@ const char* const kRemove = "remove it";
 
 std::string Hex(std::uint64_t number) {
   std::array<char, 16> digits{};
-  const char* const end =
-      std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+  char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
   return {digits.data(), end};
 }
 

@@ -105,7 +105,7 @@ class EditedText {
         return Erase();
       case 4: {
         std::string& line = Any();
-        const std::size_t key = line.find_first_of("\t ");
+        const std::size_t key = has_aliases_ ? line.find(':') + 1 : line.find_first_of("\t ");
         const bool is_entry = !line.empty() && line[0] != '#' && !IsOdd(line);
         line = is_entry ? line.substr(0, key) + " " + Value() : Entry();
         return;

@@ -105,7 +105,9 @@ class EditedText {
         return Erase();
       case 4: {
         std::string& line = Any();
-        line = line.substr(0, line.find_first_of("\t ")) + " " + Value();
+        const std::size_t key = has_aliases_ ? line.find(':') + 1 : line.find_first_of("\t ");
+        const bool is_entry = !line.empty() && line[0] != '#' && !IsOdd(line);
+        line = is_entry ? line.substr(0, key) + " " + Value() : Entry();
         return;
       }
       case 5:
@@ -117,38 +119,43 @@ class EditedText {
     }
   }
 
+  static const std::vector<std::string>& OddLines() {
+    static const std::vector<std::string> lines = {"key",
+                                                   "\"q u\" value",
+                                                   "\"user1\": x",
+                                                   "user1: x",
+                                                   "  continued",
+                                                   "\tcont, inued",
+                                                   " # c",
+                                                   " \t ",
+                                                   "k\\ ey v",
+                                                   "(c) user2: x",
+                                                   "@x: y",
+                                                   "a b: c",
+                                                   "\xc3\xa4 x",
+                                                   "user3 \xff",
+                                                   "user4\r",
+                                                   "user5 x\r",
+                                                   "user6: x\r",
+                                                   "#",
+                                                   "YP_MASTER_NAME: me",
+                                                   "@: @",
+                                                   "user7 \"unbalanced",
+                                                   "user8: \"unbalanced",
+                                                   "user9:",
+                                                   "\v\f",
+                                                   "user10 a\vb",
+                                                   "user1@D1.example\tother"};
+    return lines;
+  }
+
   void DoOdd() {
-    static const std::vector<std::string> kOdd = {"key",
-                                                  "\"q u\" value",
-                                                  "\"user1\": x",
-                                                  "user1: x",
-                                                  "  continued",
-                                                  "\tcont, inued",
-                                                  " # c",
-                                                  " \t ",
-                                                  "k\\ ey v",
-                                                  "(c) user2: x",
-                                                  "@x: y",
-                                                  "a b: c",
-                                                  "\xc3\xa4 x",
-                                                  "user3 \xff",
-                                                  "user4\r",
-                                                  "user5 x\r",
-                                                  "user6: x\r",
-                                                  "#",
-                                                  "YP_MASTER_NAME: me",
-                                                  "@: @",
-                                                  "user7 \"unbalanced",
-                                                  "user8: \"unbalanced",
-                                                  "user9:",
-                                                  "\v\f",
-                                                  "user10 a\vb",
-                                                  "user1@D1.example\tother"};
     switch (Below(7)) {
       case 0:
         return Insert(Any());
       case 1: {
         std::string line = Any();
+        if (IsOdd(line)) return;
         std::transform(line.begin(), line.end(), line.begin(),
                        [](unsigned char byte) { return static_cast<char>(std::toupper(byte)); });
         return Insert(line);
@@ -166,21 +173,17 @@ class EditedText {
         if (lines_.size() > 300) lines_.resize(80);
         return;
       default:
-        Insert(kOdd[random_() % kOdd.size()]);
+        Insert(OddLines()[random_() % OddLines().size()]);
     }
   }
 
-  /// What is no plain entry, in a rough way: keys in quotes and the like.
+  static bool IsOdd(const std::string& line) {
+    return line.ends_with('\r') ||
+           std::find(OddLines().begin(), OddLines().end(), line) != OddLines().end();
+  }
+
   void RemoveOddities() {
-    const auto is_odd = [this](const std::string& line) {
-      const bool is_plain = line.starts_with("user") || line.starts_with("USER") ||
-                            line.starts_with('@') || line.starts_with('#') || line.empty();
-      const std::size_t key = line.find_first_of("\t :");
-      return !is_plain || line.find_first_of("\r\v\xff") != std::string::npos ||
-             (!line.starts_with('#') && !line.empty() &&
-              (key == std::string::npos || (line[key] == ':') != has_aliases_));
-    };
-    lines_.erase(std::remove_if(lines_.begin(), lines_.end(), is_odd), lines_.end());
+    lines_.erase(std::remove_if(lines_.begin(), lines_.end(), IsOdd), lines_.end());
   }
 
   std::mt19937 random_;

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 #include <unordered_map>
 
 #include "zebmail/maps/text_line.h"

@@ -43,7 +43,7 @@ const char* const kRemove = "remove it";
 std::string Hex(std::uint64_t number) {
   std::array<char, 16> digits{};
   char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
-  return std::string(digits.data(), end);
+  return {digits.data(), end};
 }
 
 fs::path MakeFolder(const fs::path& state_dir) {

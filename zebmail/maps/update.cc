@@ -13,7 +13,6 @@
 
 #include "zebmail/maps/update.h"
 
-#include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <iostream>
@@ -22,7 +21,6 @@
 #include <string_view>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,6 +1,7 @@
 /// NAME
 ///   db_fields_test - what a field makes of its value
 
+#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -109,6 +110,10 @@ struct Name {
   std::string stored;
   std::string shown;
 };
+
+void PrintTo(const Name& name, std::ostream* stream) {
+  *stream << testing::PrintToString(name.given);
+}
 
 class DomainNameField : public testing::TestWithParam<Name> {};
 

@@ -223,8 +223,8 @@ Findings CheckMaps() {
     const std::string fault = FaultOf(map, type);
     if (fault.empty()) continue;
     findings.push_back({"map", map.text.string() + *SuffixOf(type), fault,
-                        "Postfix works with an earlier text, or with none", BuildCommand(map),
-                        [map] { Build(map); }});
+                        "Postfix works with an earlier text, or with none", RebuildCommand(map),
+                        [map] { Rebuild(map); }});
   }
   return findings;
 }

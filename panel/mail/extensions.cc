@@ -58,7 +58,7 @@ Extensions ReadExtensions() {
   const std::string delimiter = "recipient_delimiter";
   const std::string owners = "owner_request_special";
   Parameters parameters = ReadParameters({delimiter, owners});
-  return {parameters[delimiter].expanded, parameters[owners].expanded == "yes"};
+  return {parameters[delimiter].expanded, LowerCase(parameters[owners].expanded) == "yes"};
 }
 
 std::string WithoutExtension(const std::string& address) {

@@ -7,28 +7,45 @@
 #include <filesystem>
 #include <string_view>
 
+#include "panel/text/words.h"
+
 namespace panel::mail {
 namespace {
 
 constexpr std::string_view kOwn = "zebmail-";
 
+/// The name of the program, without its folder.
+std::string NameOf(const std::vector<std::string>& words) {
+  return words.empty() ? "" : std::filesystem::path(words.front()).filename().string();
+}
+
+bool IsOwn(const std::string& name) {
+  return name == "zebmail-postmap" || name == "zebmail-postalias";
+}
+
 }  // namespace
 
 std::vector<std::string> BehindMapTool(const std::vector<std::string>& words) {
-  if (words.empty()) return words;
-  const std::string name = std::filesystem::path(words.front()).filename();
-  if (name != "zebmail-postmap" && name != "zebmail-postalias") return words;
+  const std::string name = NameOf(words);
+  if (!IsOwn(name)) return words;
   std::vector<std::string> behind = {"/usr/sbin/" + name.substr(kOwn.size())};
   std::size_t next = 1;
   for (; next < words.size(); ++next) {
     const std::string& word = words[next];
     const bool has_value = word == "--state" || word == "--tool";
-    if (!has_value && word != "--explain") break;
+    if (!has_value && word != "--explain" && word != "--whole") break;
     if (has_value && ++next == words.size()) break;
     if (word == "--tool") behind.front() = words[next];
   }
   for (; next < words.size(); ++next) behind.push_back(words[next]);
   return behind;
+}
+
+std::string WholeBuild(const std::string& command) {
+  std::vector<std::string> words = SplitWords(command);
+  if (!IsOwn(NameOf(words))) return command;
+  words.insert(words.begin() + 1, "--whole");
+  return JoinWords(words);
 }
 
 }  // namespace panel::mail

@@ -17,4 +17,7 @@ namespace panel::mail {
 /// it. The words themselves where they name no program of this panel's.
 std::vector<std::string> BehindMapTool(const std::vector<std::string>& words);
 
+/// The configured command line with which a whole map is built, whatever is known of the old one.
+std::string WholeBuild(const std::string& command);
+
 }  // namespace panel::mail

@@ -10,6 +10,7 @@
 #include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/fen_proc.h"
+#include "panel/mail/map_tool.h"
 #include "panel/mail/postconf.h"
 
 namespace panel::mail {
@@ -27,6 +28,13 @@ std::optional<timespec> BuiltAt(const std::string& map) {
   struct stat status {};
   if (stat(map.c_str(), &status) != 0) return std::nullopt;
   return status.st_mtim;
+}
+
+void Run(const Map& map, const std::string& command) {
+  const fen_proc::Execute tool(command, fen_proc::Execute::kWaitAndCapture);
+  std::string output = tool.Str();
+  output.erase(output.find_last_not_of(" \r\n") + 1);
+  if (tool.Result() != 0) throw fen_err::Error("email", map.tool, output);
 }
 
 }  // namespace
@@ -67,11 +75,16 @@ std::string BuildCommand(const Map& map) {
   return fen_cf::GetPath(map.tool) + " " + map.text.string();
 }
 
+std::string RebuildCommand(const Map& map) {
+  return WholeBuild(fen_cf::GetPath(map.tool)) + " " + map.text.string();
+}
+
 void Build(const Map& map) {
-  const fen_proc::Execute tool(BuildCommand(map), fen_proc::Execute::kWaitAndCapture);
-  std::string output = tool.Str();
-  output.erase(output.find_last_not_of(" \r\n") + 1);
-  if (tool.Result() != 0) throw fen_err::Error("email", map.tool, output);
+  Run(map, BuildCommand(map));
+}
+
+void Rebuild(const Map& map) {
+  Run(map, RebuildCommand(map));
 }
 
 }  // namespace panel::mail

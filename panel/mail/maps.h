@@ -37,10 +37,12 @@ std::string MapSuffix();
 /// Whether the map of `map`, a file ending in `suffix`, is missing or older than its text.
 bool IsStale(const Map& map, const std::string& suffix);
 
-/// The command that builds the map.
+/// The commands that build the map: of what has changed where that will do, and wholly.
 std::string BuildCommand(const Map& map);
+std::string RebuildCommand(const Map& map);
 
-/// Builds the map. Throws fen_err::Error("email", tool, its output) when the tool fails.
+/// Build the map so. Throw fen_err::Error("email", tool, its output) when the tool fails.
 void Build(const Map& map);
+void Rebuild(const Map& map);
 
 }  // namespace panel::mail

@@ -4,6 +4,7 @@
 #include "panel/mail/transport_ways.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "panel/mail/extensions.h"
@@ -45,7 +46,8 @@ class KeysOf {
 };
 
 bool HasPatterns(const std::string& map) {
-  const auto name = ParseMap(map);
+  constexpr std::string_view kProxy = "proxy:";
+  const auto name = ParseMap(map.starts_with(kProxy) ? map.substr(kProxy.size()) : map);
   return name && (name->type == "regexp" || name->type == "pcre");
 }
 

@@ -2,15 +2,20 @@
 ///   update_test - which way a map is brought in step with its text
 
 #include <filesystem>
+#include <fstream>
 #include <future>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/maps/map_place.h"
+#include "tests/support/small_disk.h"
+#include "zebmail/maps/map_file.h"
 
 namespace maps_test {
 namespace {
@@ -54,6 +59,12 @@ class KnownMap : public testing::Test {
 
   MapPlace place_;
 };
+
+struct stat StatusOf(const fs::path& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) throw std::runtime_error("no " + path.string());
+  return status;
+}
 
 std::string With(const std::string& line) {
   return kText + line + "\n";
@@ -270,7 +281,7 @@ TEST_F(KnownMap, IsOfTheTextThatStandsThereInTheEnd) {
   place_.SetScript("if [ -e '" + later + "' ]; then mv '" + later + "' '" +
                    place_.text_path().string() + "'; fi\n");
 
-  ExpectWayOf(With("new@b.example\tboss"), "put put remove");
+  ExpectWayOf(With("new@b.example\tboss"), "put build");
 }
 
 TEST_F(KnownMap, IsOfTheTextThatStandsThereInTheEndOfABuild) {
@@ -301,6 +312,33 @@ TEST_F(KnownMap, GetsModeOfItsTextWhenThereWasNone) {
   EXPECT_EQ(ModeOf(place_.map_path()), 0600U);
 }
 
+TEST_F(KnownMap, GetsGroupOfItsTextWhenThereWasNone) {
+  fs::remove(place_.map_path());
+  place_.SetText(kText);
+  ASSERT_EQ(chown(place_.text_path().c_str(), 0, 8), 0);
+
+  ExpectWay(place_, "build");
+
+  EXPECT_EQ(test_support::OwnerOf(place_.map_path()), (test_support::Owner{0, 8}));
+}
+
+TEST_F(KnownMap, IsBuiltWhenThatIsAskedFor) {
+  EXPECT_EQ(place_.Run({"--whole"}).status, 0);
+  EXPECT_EQ(place_.TakeWays(), "build");
+  ExpectWayOf(With("new@b.example\tboss"), "put");
+}
+
+TEST_F(KnownMap, IsBuiltInPlaceWhereOthersCanWriteInItsFolder) {
+  test_support::SetMode(place_.Path("mail"), 0777);
+
+  place_.SetText(With("info@a.example\tboss"));
+  const CommandRun run = place_.Run({"--explain"});
+
+  EXPECT_THAT(run.errors, HasSubstr("it is built in place: " + place_.Path("mail").string() +
+                                    " can be written by others"));
+  EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
+}
+
 TEST_F(KnownMap, IsBuiltInPlaceWhereItIsALink) {
   fs::rename(place_.map_path(), place_.Path("elsewhere.db"));
   fs::create_symlink(place_.Path("elsewhere.db"), place_.map_path());
@@ -327,6 +365,31 @@ TEST_F(KnownMap, IsBuiltThoughKilledRunHasLeftSomething) {
   ExpectWayOf(With("info@a.example\tboss"), "build");
 
   EXPECT_FALSE(fs::exists(place_.Path("mail/.table.zebmail-map")));
+}
+
+TEST_F(KnownMap, TakesAwayWhatKilledRunHasLeftThoughNothingIsBuilt) {
+  test_support::WriteText(place_.Path("mail/.table.zebmail-map/table"), kText);
+  test_support::SetMode(place_.Path("mail/.table.zebmail-map"), 0700);
+
+  ExpectWayOf(kText, "");
+
+  EXPECT_FALSE(fs::exists(place_.Path("mail/.table.zebmail-map")));
+}
+
+TEST_F(KnownMap, IsNotKnownWhenItsCopyWouldLeaveNoRoom) {
+  const test_support::SmallDisk disk(place_.Path("state"), 128 * 1024);
+  std::string text;
+  for (int line = 0; line < 2000; ++line) {
+    text += "address" + std::to_string(line) + "@a.example\tinfo info info info\n";
+  }
+
+  const CommandRun run = place_.RunOn(text);
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.errors, HasSubstr(": No space left on device; see that its disk has room; until "
+                                    "then whole maps are built"));
+  EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
+  EXPECT_EQ(fs::file_size(place_.StateFile(".text")), 0U);
 }
 
 TEST_F(KnownMap, IsBuiltInPlaceWhereSomebodyElseStands) {
@@ -374,6 +437,28 @@ TEST_F(KnownMap, IsRightWhenManyWorkOnItAtOnce) {
   }
 
   EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
+}
+
+TEST(MarkedMap, IsItselfUnderAnotherName) {
+  const test_support::TempFolder folder;
+  const fs::path path = folder.WriteText("map.db", "entries");
+  const auto marked = zebmail::maps::MarkMap(zebmail::maps::OpenMap(path), path);
+  ASSERT_TRUE(marked);
+
+  fs::rename(path, folder.Path("other.db"));
+
+  EXPECT_TRUE(zebmail::maps::HasMarkOf(*marked, StatusOf(folder.Path("other.db"))));
+}
+
+TEST(MarkedMap, IsNotItselfWhenSomebodyHasWrittenToIt) {
+  const test_support::TempFolder folder;
+  const fs::path path = folder.WriteText("map.db", "entries");
+  const auto marked = zebmail::maps::MarkMap(zebmail::maps::OpenMap(path), path);
+  ASSERT_TRUE(marked);
+
+  std::fstream(path) << "other";
+
+  EXPECT_FALSE(zebmail::maps::HasMarkOf(*marked, StatusOf(path)));
 }
 
 TEST(Maps, OfAliasesKeepWhatPostaliasPutsThere) {

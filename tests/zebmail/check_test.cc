@@ -14,6 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::HasSubstr;
 using testing::StartsWith;
 
 /// Makes the map of `table` older than its text.
@@ -39,7 +40,7 @@ TEST(Check, FindsAndMendsStaleAndMissingMaps) {
   fs::remove(panel.Path("panel/mail/aliases.db"));
   const std::string virtusertable = panel.Path("panel/mail/virtusertable.db");
   const std::string aliases = panel.Path("panel/mail/aliases.db");
-  const std::string postalias = panel.MapCommand("postalias", "aliases");
+  const std::string postalias = panel.WholeMapCommand("postalias", "aliases");
 
   const CommandRun found = panel.Run({"check"});
   EXPECT_EQ(found.status, 1);
@@ -47,13 +48,13 @@ TEST(Check, FindsAndMendsStaleAndMissingMaps) {
             virtusertable +
                 " is missing or older than its text; Postfix works with an earlier text, or with "
                 "none; mend: " +
-                panel.MapCommand("postmap", "virtusertable") + "\n" + aliases +
+                panel.WholeMapCommand("postmap", "virtusertable") + "\n" + aliases +
                 " is missing or older than its text; Postfix works with an earlier text, or with "
                 "none; mend: " +
                 postalias + "\n");
 
   EXPECT_EQ(panel.Do({"check", "--fix"}),
-            "mended: " + virtusertable + ": " + panel.MapCommand("postmap", "virtusertable") +
+            "mended: " + virtusertable + ": " + panel.WholeMapCommand("postmap", "virtusertable") +
                 "\nmended: " + aliases + ": " + postalias + "\nnothing is wrong\n");
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
 }
@@ -77,6 +78,32 @@ TEST(Check, FindsAndMendsANewMapThatSaysOtherThanItsText) {
     EXPECT_THAT(panel.Do({"check", "--fix"}), StartsWith("mended: " + map));
     EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
   }
+}
+
+/// postmap, but an entry is lost whenever others are put.
+TEST(Check, MendsAMapThatIsTakenForRight) {
+  const OwnPanel panel;
+  panel.Do({"domain", "create", "example.org"});
+  panel.Do({"mailbox", "create", "info@example.org"});
+  const std::string losing = panel.folder().WriteText(
+      "losing-postmap",
+      "#!/bin/sh\n/usr/sbin/postmap \"$@\" || exit\n"
+      "case \" $* \" in *' -i '*) ;; *) exit 0 ;; esac\n"
+      "exec /usr/sbin/postmap -c " +
+          panel.Path("config") +
+          " -d info@example.org hash:" + panel.Path("panel/mail/virtusertable") + "\n");
+  test_support::SetMode(losing, 0755);
+  panel.Configure("postfix-postmap", std::string(ZEBMAIL_MAPS_FOLDER) +
+                                         "/zebmail-postmap --state " + panel.Path("panel/state") +
+                                         " --tool " + losing + " -c " + panel.Path("config"));
+  panel.Do({"mailbox", "create", "chief@example.org"});
+  panel.Do({"mailbox", "create", "boss@example.org"});
+  ASSERT_THAT(panel.Run({"check"}).output, HasSubstr("virtusertable.db is newer than its text, "
+                                                     "but does not say the same; "));
+
+  panel.Run({"check", "--fix"});
+
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
 }
 
 TEST(Check, FindsNoDifferenceInTheFormThatPostaliasGivesToValues) {

@@ -20,6 +20,10 @@ namespace {
 const std::string kDeliveryEntries =
     "postfix_err_nouser:\t\"| exit 67\"\ndevnull:\t\"/dev/null\"\n";
 
+std::string MapTool(const std::string& name) {
+  return std::string(ZEBMAIL_MAPS_FOLDER) + "/zebmail-" + name;
+}
+
 }  // namespace
 
 CommandRun Zebmail(const std::vector<std::string>& words, const std::string& input) {
@@ -79,8 +83,17 @@ void PostfixFolder::SetMainCf(const std::string& text) const {
 }
 
 std::string PostfixFolder::MapCommand(const std::string& tool, const std::string& table) const {
-  return std::string(ZEBMAIL_MAPS_FOLDER) + "/zebmail-" + tool + " --state " + Path("panel/state") +
-         " -c " + Path("config") + " " + Path("panel/mail/" + table);
+  return MapTool(tool) + MapOptions(table);
+}
+
+std::string PostfixFolder::WholeMapCommand(const std::string& tool,
+                                           const std::string& table) const {
+  return MapTool(tool) + " --whole" + MapOptions(table);
+}
+
+std::string PostfixFolder::MapOptions(const std::string& table) const {
+  return " --state " + Path("panel/state") + " -c " + Path("config") + " " +
+         Path("panel/mail/" + table);
 }
 
 std::vector<std::string> PostfixFolder::InitWords() const {

@@ -52,10 +52,15 @@ class PostfixFolder {
   /// "postalias".
   std::string MapCommand(const std::string& tool, const std::string& table) const;
 
+  /// The one by which check has it built, whatever is known of the old map.
+  std::string WholeMapCommand(const std::string& tool, const std::string& table) const;
+
   /// The words of an init of a panel in the folder "panel".
   std::vector<std::string> InitWords() const;
 
  private:
+  std::string MapOptions(const std::string& table) const;
+
   test_support::TempFolder folder_;
   test_support::RecordingTool postfix_;
 };

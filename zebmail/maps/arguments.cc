@@ -31,6 +31,8 @@ class OwnOptions {
       const std::string& word = words_[next_];
       if (word == "--explain") {
         arguments_.explain = true;
+      } else if (word == "--whole") {
+        arguments_.whole = true;
       } else if (word == "--state") {
         arguments_.state_dir = Value(word);
       } else if (word == "--tool") {

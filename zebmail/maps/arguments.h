@@ -27,6 +27,7 @@ struct Arguments {
   std::filesystem::path state_dir = "/var/lib/zebmail";
   std::filesystem::path tool;     ///< Postfix's own program
   bool explain = false;           ///< whether to say which way was taken, and why
+  bool whole = false;             ///< whether to build the whole map, whatever is known of it
   std::vector<std::string> rest;  ///< for Postfix's own program
   std::optional<Order> order;     ///< nothing: that program is to do it
 };

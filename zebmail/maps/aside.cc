@@ -4,6 +4,7 @@
 #include "zebmail/maps/aside.h"
 
 #include <cerrno>
+#include <climits>
 #include <system_error>
 
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <unistd.h>
 
 #include "panel/process/file_handle.h"
+#include "panel/process/trust.h"
 #include "zebmail/maps/file.h"
 #include "zebmail/maps/map_file.h"
 
@@ -32,24 +34,16 @@ fs::path FolderBeside(const fs::path& text) {
   return text.parent_path() / ("." + text.filename().string() + ".zebmail-map");
 }
 
+/// Another file is mounted there, which cannot be replaced by a name.
+bool IsMountPoint(const fs::path& path) {
+  struct statx status {};
+  return statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) == 0 &&
+         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 bool HasExtendedAttributes(const fs::path& path) {
   const ssize_t size = llistxattr(path.c_str(), nullptr, 0);
   return size > 0 || (size < 0 && errno != ENOTSUP);
-}
-
-/// Removes the folder and the files in it, which Postfix's program may have made too; nothing that
-/// is open to others, who may have put it there.
-void RemoveLeftovers(const fs::path& folder) {
-  struct stat status {};
-  const bool is_own = lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-                      status.st_uid == geteuid() && (status.st_mode & kOthers) == 0;
-  if (!is_own) return;
-  std::error_code failed;  // what stays is in the way of the folder's removal
-  for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
-       entry.increment(failed)) {
-    unlink(entry->path().c_str());
-  }
-  rmdir(folder.c_str());
 }
 
 void SynchroniseFolder(const fs::path& folder) {
@@ -73,7 +67,7 @@ Aside::Aside(const fs::path& path, const std::string& suffix)
       folder_(FolderBeside(path)),
       text_here_(folder_ / path.filename()),
       map_here_(text_here_.string() + suffix) {
-  RemoveLeftovers(folder_);
+  RemoveLeftovers(path);
   if (mkdir(folder_.c_str(), kPrivateFolder) != 0) {
     const int error = errno;
     FailOn(folder_, error, error == EEXIST ? "look what it holds, and remove it" : kRoom);
@@ -81,12 +75,30 @@ Aside::Aside(const fs::path& path, const std::string& suffix)
 }
 
 Aside::~Aside() {
-  RemoveLeftovers(folder_);
+  RemoveLeftovers(text_);
+}
+
+/// Only what is closed to others: they may have put the rest there.
+void Aside::RemoveLeftovers(const fs::path& path) {
+  const fs::path folder = FolderBeside(path);
+  struct stat status {};
+  const bool is_own = lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+                      status.st_uid == geteuid() && (status.st_mode & kOthers) == 0;
+  if (!is_own) return;
+  std::error_code failed;  // what stays is in the way of the folder's removal
+  for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
+       entry.increment(failed)) {
+    unlink(entry->path().c_str());
+  }
+  rmdir(folder.c_str());
 }
 
 std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix) {
   const fs::path map = path.string() + suffix;
   const fs::path folder = FolderBeside(path);
+  const std::string fault = panel::FindFaultInTrust(path.parent_path());
+  if (!fault.empty()) return fault;
+  if (folder.filename().string().size() > NAME_MAX) return "the name of the table is too long";
   struct stat status {};
   if (lstat(folder.c_str(), &status) == 0 && status.st_uid != geteuid()) {
     return folder.string() + " belongs to somebody else";
@@ -96,6 +108,7 @@ std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix)
   }
   if (lstat(map.c_str(), &status) != 0) return "";
   if (!S_ISREG(status.st_mode)) return map.string() + " is a link";
+  if (IsMountPoint(map)) return map.string() + " is a mount point";
   if (status.st_nlink > 1) return map.string() + " has other names";
   if (status.st_uid != geteuid()) return map.string() + " belongs to somebody else";
   if (HasExtendedAttributes(map)) return map.string() + " has extended attributes";
@@ -107,7 +120,9 @@ fs::path Aside::WriteText(std::string_view text, const struct stat& original) co
       open(text_here_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
   if (!copy) FailOn(text_here_, errno, kRoom);
   WriteEnd(copy.get(), text_here_, text, 0);
-  if (fchmod(copy.get(), original.st_mode & kPermissions) != 0) FailOn(text_here_, errno, kAgain);
+  const bool is_alike = fchown(copy.get(), original.st_uid, original.st_gid) == 0 &&
+                        fchmod(copy.get(), original.st_mode & kPermissions) == 0;
+  if (!is_alike) FailOn(text_here_, errno, kAgain);
   return text_here_;
 }
 
@@ -116,7 +131,7 @@ std::string Aside::WithRealNames(std::string output) const {
   return output;
 }
 
-void Aside::Finish() const {
+std::optional<struct stat> Aside::Finish() const {
   const FileHandle map = OpenMap(map_here_);
   if (!map) FailOn(map_here_, ENOENT, "see what Postfix's program says when it is run by hand");
   struct stat old {};
@@ -124,7 +139,7 @@ void Aside::Finish() const {
     if (fchown(map.get(), old.st_uid, old.st_gid) != 0) FailOn(map_, errno, kAgain);
     if (fchmod(map.get(), old.st_mode & kPermissions) != 0) FailOn(map_, errno, kAgain);
   }
-  Synchronise(map.get(), map_here_);
+  return MarkMap(map, map_here_);
 }
 
 void Aside::MoveMap() const {

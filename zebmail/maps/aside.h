@@ -9,7 +9,7 @@
 ///   map is, whoever writes to the text meanwhile.
 ///
 /// WHAT STAYS
-///   `.NAME.zebmail-map` beside the text, when this program is killed; the next build removes it.
+///   `.NAME.zebmail-map` beside the text, when this program is killed; the next run removes it.
 ///
 /// HOW IT FAILS
 ///   With FileError; the old map is in its place.
@@ -17,6 +17,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,14 +37,19 @@ class Aside {
   /// Why a map of this text has to be built in place; empty when it can be built aside.
   static std::string FindObstacle(const std::filesystem::path& path, const std::string& suffix);
 
-  /// Puts a copy of the text there, with the mode of `original`, and returns its path.
+  /// Removes what a run for the text at `path` that was killed has left; for texts without an
+  /// obstacle.
+  static void RemoveLeftovers(const std::filesystem::path& path);
+
+  /// Puts a copy of the text there, with the owner and mode of `original`, and returns its path.
   std::filesystem::path WriteText(std::string_view text, const struct stat& original) const;
 
   /// `output` with the names of the text and its map in the place of those here.
   std::string WithRealNames(std::string output) const;
 
-  /// Gives the map that was built the owner and the mode of the old one, and puts it on the disk.
-  void Finish() const;
+  /// Gives the map that was built the owner and the mode of the old one, marks it and puts it on
+  /// the disk. Returns what MarkMap does.
+  std::optional<struct stat> Finish() const;
 
   /// Puts the map in its place.
   void MoveMap() const;

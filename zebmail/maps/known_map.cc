@@ -12,11 +12,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "panel/process/trust.h"
@@ -78,6 +80,19 @@ void Lock(const FileHandle& file, const fs::path& path) {
   }
 }
 
+/// The panel's database and its notes lie on that disk, too: as much as the copy takes is left.
+void RequireRoom(const FileHandle& copy, const fs::path& path, std::size_t size) {
+  struct statvfs disk {};
+  struct stat status {};
+  if (fstatvfs(copy.get(), &disk) != 0 || fstat(copy.get(), &status) != 0) {
+    FailOn(path, errno, kMendState);
+  }
+  const std::uintmax_t room = std::uintmax_t{disk.f_bavail} * disk.f_frsize;
+  if (room + static_cast<std::uintmax_t>(status.st_size) < 2 * std::uintmax_t{size}) {
+    FailOn(path, ENOSPC, "see that its disk has room");
+  }
+}
+
 std::string SumOf(std::string_view text) {
   return "text: " + std::to_string(text.size()) + " " + Hex(Checksum(text)) + "\n";
 }
@@ -111,7 +126,13 @@ void KnownMap::Forget() {
 }
 
 void KnownMap::Keep(const std::string& identity, std::string_view text, std::size_t same) {
-  WriteEnd(copy_.get(), copy_path_, text.substr(same), same);
+  try {
+    RequireRoom(copy_, copy_path_, text.size());
+    WriteEnd(copy_.get(), copy_path_, text.substr(same), same);
+  } catch (const FileError&) {
+    if (ftruncate(copy_.get(), 0) != 0) FailOn(copy_path_, errno, kRemove);
+    throw;
+  }
   WriteEnd(record_.get(), record_path_, circumstances_ + "map: " + identity + "\n" + SumOf(text),
            0);
   Synchronise(record_.get(), record_path_);

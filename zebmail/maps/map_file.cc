@@ -15,7 +15,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "zebmail/maps/file.h"
@@ -24,6 +23,10 @@ namespace zebmail::maps {
 namespace {
 
 const char* const kAgain = "run this again";
+
+bool IsSame(const timespec& left, const timespec& right) {
+  return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}
 
 }  // namespace
 
@@ -43,19 +46,21 @@ panel::FileHandle OpenMap(const std::filesystem::path& path) {
   return is_own ? std::move(map) : panel::FileHandle();
 }
 
-std::optional<std::string> MarkMap(const panel::FileHandle& map,
+std::optional<struct stat> MarkMap(const panel::FileHandle& map,
                                    const std::filesystem::path& path) {
-  Synchronise(map.get(), path);
   std::array<timespec, 2> times{};
   times[0].tv_nsec = UTIME_OMIT;
   if (clock_gettime(CLOCK_REALTIME, &times[1]) != 0) FailOn(path, errno, kAgain);
+  if (futimens(map.get(), times.data()) != 0) FailOn(path, errno, kAgain);
+  Synchronise(map.get(), path);
   struct stat status {};
-  if (futimens(map.get(), times.data()) != 0 || fstat(map.get(), &status) != 0) {
-    FailOn(path, errno, kAgain);
-  }
-  const bool is_kept =
-      status.st_mtim.tv_sec == times[1].tv_sec && status.st_mtim.tv_nsec == times[1].tv_nsec;
-  return is_kept ? std::optional(IdentityOf(status)) : std::nullopt;
+  if (fstat(map.get(), &status) != 0) FailOn(path, errno, kAgain);
+  return IsSame(status.st_mtim, times[1]) ? std::optional(status) : std::nullopt;
+}
+
+bool HasMarkOf(const struct stat& marked, const struct stat& now) {
+  return now.st_dev == marked.st_dev && now.st_ino == marked.st_ino &&
+         now.st_size == marked.st_size && IsSame(now.st_mtim, marked.st_mtim);
 }
 
 }  // namespace zebmail::maps

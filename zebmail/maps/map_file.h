@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include <sys/stat.h>
+
 #include "panel/process/file_handle.h"
 
 namespace zebmail::maps {
@@ -24,8 +26,12 @@ std::string SuffixOf(const std::string& type);
 /// otherwise, as when there is none.
 panel::FileHandle OpenMap(const std::filesystem::path& path);
 
-/// Puts the map on the disk and gives it a time of its own, by which any later writing is noticed.
-/// Returns its identity; nothing when the file system cannot keep such a time.
-std::optional<std::string> MarkMap(const panel::FileHandle& map, const std::filesystem::path& path);
+/// Gives the map a time of its own, by which any later writing is noticed, and puts it on the disk.
+/// Returns its status; nothing when the file system cannot keep such a time, or when somebody has
+/// written to it meanwhile.
+std::optional<struct stat> MarkMap(const panel::FileHandle& map, const std::filesystem::path& path);
+
+/// Whether the map that was marked is as it was then, whatever name it has been given since.
+bool HasMarkOf(const struct stat& marked, const struct stat& now);
 
 }  // namespace zebmail::maps

@@ -92,12 +92,16 @@ class Update {
         map_(text.string() + SuffixOf(type)),
         known_(arguments.state_dir, Name(), "type: " + type + "\n" + settings.others) {}
 
-  /// Returns the exit status.
+  /// Returns the exit status. Where somebody has worked on the text meanwhile, he may have done so
+  /// on the map, too.
   int Run() {
+    if (Aside::FindObstacle(text_, SuffixOf(type_)).empty()) Aside::RemoveLeftovers(text_);
+    if (arguments_.whole) Forget();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
       const StillText text = ReadStill(text_);
       const int status = BringInStep(text);
       if (status != 0 || IsStill(text, text_)) return status;
+      Forget();
     }
     FailOnUnrest(text_);
   }
@@ -137,7 +141,7 @@ class Update {
     Put(changes.put);
     Remove(changes.remove);
     RequireInPlace(map);
-    Keep(map, text, CommonBeginning(*before, text));
+    Keep(Marked(map), text, CommonBeginning(*before, text));
     Explain(std::to_string(changes.put.size()) + " entries put, " +
             std::to_string(changes.remove.size()) + " removed");
   }
@@ -206,10 +210,10 @@ class Update {
     const int status = RunTool(Command({}, copy), "", known_.lock(),
                                [&printer](std::string_view output) { printer.Print(output); });
     if (status != 0) return status;
-    aside.Finish();
+    const std::optional<struct stat> marked = aside.Finish();
     Forget();
     aside.MoveMap();
-    KeepWhole(text.bytes);
+    KeepWhole(AsMarked(marked), text.bytes);
     return 0;
   }
 
@@ -220,23 +224,41 @@ class Update {
     const int status = RunTool(Command({}, text_), "", known_.lock(),
                                [](std::string_view output) { std::cerr << output; });
     if (status != 0) return status;
-    if (IsStill(text, text_) && ReadStill(text_).bytes == text.bytes) KeepWhole(text.bytes);
+    if (IsStill(text, text_) && ReadStill(text_).bytes == text.bytes) {
+      KeepWhole(Marked(OpenMap(map_)), text.bytes);
+    }
     return 0;
   }
 
-  void KeepWhole(const std::string& text) {
-    const FileHandle map = OpenMap(map_);
-    const std::string oddity = FindOddity(text, arguments_.format);
-    if (map && oddity.empty()) return Keep(map, text, 0);
-    Explain("so it will be the next time: " +
-            (map ? oddity : map_.string() + " is not a file of the superuser's"));
+  std::optional<struct stat> Marked(const FileHandle& map) const {
+    if (!map) return std::nullopt;
+    try {
+      return MarkMap(map, map_);
+    } catch (const FileError& error) {
+      WarnOfSlowness(arguments_, error);
+      return std::nullopt;
+    }
   }
 
-  void Keep(const FileHandle& map, const std::string& text, std::size_t same) {
+  /// The map in its place, if it is the marked one and nobody has written to it since.
+  std::optional<struct stat> AsMarked(const std::optional<struct stat>& marked) const {
+    const std::optional<struct stat> now = StatusOf(OpenMap(map_));
+    return marked && now && HasMarkOf(*marked, *now) ? now : std::nullopt;
+  }
+
+  void KeepWhole(const std::optional<struct stat>& map, const std::string& text) {
+    const std::string oddity = FindOddity(text, arguments_.format);
+    if (oddity.empty()) return Keep(map, text, 0);
+    Explain("so it will be the next time: " + oddity);
+  }
+
+  void Keep(const std::optional<struct stat>& map, const std::string& text, std::size_t same) {
+    if (!map) {
+      return Explain("so it will be the next time: " + map_.string() +
+                     " cannot be marked, or somebody else works on it");
+    }
     try {
-      const std::optional<std::string> identity = MarkMap(map, map_);
-      if (identity) return known_.Keep(*identity, text, same);
-      Explain("so it will be the next time: the file system keeps no exact times");
+      known_.Keep(IdentityOf(*map), text, same);
     } catch (const FileError& error) {
       WarnOfSlowness(arguments_, error);
     }

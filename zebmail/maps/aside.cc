@@ -22,9 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using panel::FileHandle;
 
-constexpr mode_t kPrivateFolder = 0700;
-constexpr mode_t kPrivateFile = 0600;
-constexpr mode_t kOthers = 077;
 constexpr mode_t kPermissions = 07777;
 
 const char* const kAgain = "run this again";

@@ -18,6 +18,12 @@
 
 namespace zebmail::maps {
 
+inline constexpr mode_t kPrivateFolder = 0700;
+inline constexpr mode_t kPrivateFile = 0600;
+
+/// What others must not have in a mode.
+inline constexpr mode_t kOthers = 077;
+
 class FileError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };

@@ -31,10 +31,6 @@ namespace {
 namespace fs = std::filesystem;
 using panel::FileHandle;
 
-constexpr mode_t kPrivateFolder = 0700;
-constexpr mode_t kPrivateFile = 0600;
-constexpr mode_t kOthers = 077;
-
 const char* const kMendState = "name the panel's own state_dir with --state, and see its rights";
 const char* const kRemove = "remove it";
 

@@ -81,8 +81,8 @@ std::string ToLines(const std::vector<std::string>& names);
 Json ToJson(const panel::mail::Rehearsal& rehearsal);
 
 /// Prints what a change would do: a unified diff of each table file, the rows, the tools. On a
-/// terminal the diff has what is hidden, but for tabs, as OneLine has it; elsewhere it is one that
-/// patch(1) takes.
+/// terminal the diff has what is hidden, but for tabs, as OneLine has it, and backslashes as they
+/// stand in the table; elsewhere it is one that patch(1) takes.
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal);
 
 /// Prints "zebmail: TYPE: OBJECT: VALUE". A tool's output of several lines stands below it, and

@@ -116,10 +116,7 @@ void RecordSet::SeekFrom(LineId line) {
   const auto is_passed_over = [passed_over](LineId one) {
     return passed_over != nullptr && !one.IsAdded() && passed_over->contains(one.offset());
   };
-  while (!line.IsNone() &&
-         (is_passed_over(line) || !reader_.Read(type_, file_->text().Line(line)))) {
-    line = NextLine(line);
-  }
+  while (!line.IsNone() && (is_passed_over(line) || !Reads(line))) line = NextLine(line);
   MoveTo(line);
 }
 
@@ -138,10 +135,22 @@ void RecordSet::FailMissing() const {
   throw fen_err::Error("missing", file_->path(), "");
 }
 
-/// Reads the line that the set stands on; another cursor may have deleted it meanwhile.
+/// Whether the line is a record of the type; the reader has it then.
+bool RecordSet::Reads(LineId line) {
+  const Text& text = file_->text();
+  read_ = LineId();
+  if (!reader_.Read(type_, text.Line(line))) return false;
+  read_ = line;
+  changes_read_ = text.changes();
+  return true;
+}
+
+/// Reads the line that the set stands on, unless the reader has it still; another cursor may have
+/// changed or deleted it meanwhile.
 void RecordSet::ReadCurrent() {
   const Text& text = file_->text();
-  if (!text.IsIn(line_) || !reader_.Read(type_, text.Line(line_))) FailMissing();
+  if (read_ == line_ && changes_read_ == text.changes()) return;
+  if (!text.IsIn(line_) || !Reads(line_)) FailMissing();
 }
 
 void RecordSet::PostNew(LineId beside) {
@@ -204,6 +213,7 @@ void RecordSet::CheckValues(const Values& values) const {
 
 /// Throws unless `line` is one line that the grammar reads as `values`.
 void RecordSet::CheckReadsBack(const std::string& line, const Values& values) {
+  read_ = LineId();
   const bool one_line = line.find('\n') >= line.size() - 1;
   if (!one_line || !reader_.Read(type_, line)) {
     throw fen_err::Error("value", NameOf(0), *values[0]);

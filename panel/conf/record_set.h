@@ -61,6 +61,7 @@ class RecordSet {
   void SeekFrom(LineId line);
   LineId NextLine(LineId line);
   [[noreturn]] void FailMissing() const;
+  bool Reads(LineId line);
   void ReadCurrent();
 
   void PostNew(LineId beside);
@@ -82,6 +83,8 @@ class RecordSet {
   int exceptions_;
 
   LineReader reader_;
+  LineId read_;                   ///< whose record the reader has; none when it has another text's
+  std::size_t changes_read_ = 0;  ///< of the text when it was read
   State state_ = State::kEnd;
   LineId line_;
   Values written_;

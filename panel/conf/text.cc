@@ -70,6 +70,7 @@ bool Text::IsBefore(LineId left, LineId right) const {
 }
 
 void Text::Replace(LineId line, std::string text) {
+  ++changes_;
   if (line.IsAdded()) {
     added_[line.number()].text = std::move(text);
   } else {
@@ -78,6 +79,7 @@ void Text::Replace(LineId line, std::string text) {
 }
 
 void Text::Remove(LineId line) {
+  ++changes_;
   if (line.IsAdded()) {
     added_[line.number()].removed = true;
   } else {
@@ -211,6 +213,7 @@ LineId Text::FirstAdded(std::size_t number, std::size_t anchor) const {
 }
 
 std::size_t Text::Add(std::string text, std::size_t anchor, std::size_t next) {
+  ++changes_;
   added_.push_back({std::move(text), anchor, next, false});
   return added_.size() - 1;
 }

@@ -93,6 +93,9 @@ class Text {
   void VisitEdited(const std::function<void(LineId)>& visit) const;
   std::size_t edited() const { return edits_.size() + added_.size(); }
 
+  /// How many changes have been made. As long as it stays the same, so does every line.
+  std::size_t changes() const { return changes_; }
+
   /// Whether the whole text is what was read: lines that were changed may have been changed back.
   bool IsWholeAsRead() const;
 
@@ -128,6 +131,7 @@ class Text {
   std::unordered_map<std::size_t, Edit> edits_;
   std::deque<AddedLine> added_;
   std::size_t last_appended_ = kNoLine;
+  std::size_t changes_ = 0;
 };
 
 }  // namespace panel::conf

@@ -50,8 +50,20 @@ void ForgetStamp(const std::string& path) {
                            fen_db::Cache::EscapeValue(whole));
 }
 
-void CacheMailboxes(const TableHints& hints, const ShowProgress& progress) {
-  const SyncPass pass(progress, hints.lines());
+void CacheDomains(const TableHints& hints, const std::string& table) {
+  const conf::PassedOver idle_lines(table, hints.idle_lines());
+  BackEnd().CacheDomains();
+}
+
+/// The back-end would take each line for one of a mailbox. Those of aliases are kept from it as far
+/// as they are known; the others become mailboxes, until they are settled.
+void CacheMailboxes(const TableHints& hints, const std::string& table,
+                    const ShowProgress& progress) {
+  std::unordered_set<std::string> domains;
+  for (std::string& name : Column("SELECT name FROM email_domain")) domains.insert(std::move(name));
+  std::unordered_set<std::size_t> passed_over = hints.LinesOfNoMailbox(domains);
+  const SyncPass pass(progress, hints.lines() - passed_over.size());
+  const conf::PassedOver others(table, std::move(passed_over));
   db::GatheredInserts inserts("email");
   BackEnd().CacheEmails();
   inserts.Finish();
@@ -108,6 +120,7 @@ std::vector<std::string> AddressesOf(std::string_view entry) {
 /// Reads the aliases and forwards of the mailboxes that may have some in the tables, or have some
 /// in the database.
 void CacheAliases(const TableHints& hints, const std::string& table) {
+  const conf::PassedOver idle_lines(table, hints.idle_lines());
   std::vector<std::string> have_some;
   for (const char* rows : {"email_alias", "email_forward"}) {
     for (std::string& key : Column(std::string("SELECT DISTINCT email FROM ") + rows)) {
@@ -163,9 +176,8 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
   if (is_changed) {
     const TableHints hints(virtual_users, aliases);
     const Settlement settlement(hints);
-    const conf::PassedOver idle_lines(virtual_users, hints.idle_lines());
-    BackEnd().CacheDomains();
-    CacheMailboxes(hints, options.progress);
+    CacheDomains(hints, virtual_users);
+    CacheMailboxes(hints, virtual_users, options.progress);
     CacheAliases(hints, virtual_users);
     settlement.Settle();
   }

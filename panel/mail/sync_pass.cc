@@ -18,15 +18,15 @@ constexpr std::size_t kStepsBetweenShows = 4096;
 
 std::uint64_t Hash(std::int64_t domain, std::string_view local_part) {
   constexpr std::uint64_t kSpread = 0x9e3779b97f4a7c15;
-  return std::hash<std::string_view>{}(local_part) ^ (static_cast<std::uint64_t>(domain) * kSpread);
+  return ProbableSet::Hash(local_part) ^ (static_cast<std::uint64_t>(domain) * kSpread);
 }
 
 }  // namespace
 
-SyncPass::SyncPass(ShowProgress show, std::size_t all) : show_(std::move(show)), all_(all) {
-  known_.reserve(all);
+SyncPass::SyncPass(ShowProgress show, std::size_t all)
+    : show_(std::move(show)), all_(all), known_(all) {
   fen_db::Result rows = zeb_db::GetCache().Query("SELECT domain, name FROM email");
-  for (; !rows.Eof(); rows.Next()) known_.insert(Hash(rows.Int(0), rows.Str(1)));
+  for (; !rows.Eof(); rows.Next()) known_.Insert(Hash(rows.Int(0), rows.Str(1)));
   current = this;
 }
 
@@ -44,7 +44,7 @@ void SyncPass::Step() {
 }
 
 bool SyncPass::IsNew(std::int64_t domain, std::string_view local_part) {
-  return known_.insert(Hash(domain, local_part)).second;
+  return !known_.Insert(Hash(domain, local_part));
 }
 
 }  // namespace panel::mail

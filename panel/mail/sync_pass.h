@@ -7,17 +7,14 @@
 ///   And most are about a mailbox that the database cannot have, because it had no such mailbox
 ///   before the pass and the pass has not come to the address yet: these need not be asked of the
 ///   database.
-///
-/// HOW IT KNOWS
-///   By a hash of each address. Two addresses with one hash only mean that the database is asked.
 
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_set>
 
+#include "panel/mail/probable_set.h"
 #include "panel/mail/progress.h"
 
 namespace panel::mail {
@@ -45,7 +42,7 @@ class SyncPass {
   ShowProgress show_;
   std::size_t all_;
   std::size_t done_ = 0;
-  std::unordered_set<std::uint64_t> known_;
+  ProbableSet known_;
 };
 
 }  // namespace panel::mail

@@ -36,6 +36,12 @@ class TableHints {
   /// IdleLines of the virtual user table, of which nothing else here knows.
   const std::unordered_set<std::size_t>& idle_lines() const noexcept { return idle_; }
 
+  /// The idle lines, and those that are aliases for certain: lines that lead to one mailbox of
+  /// their domain alone, whose own line leads nowhere else in turn, and to which no line leads.
+  /// `domains` are the panel's, whose mailboxes they are.
+  std::unordered_set<std::size_t> LinesOfNoMailbox(
+      const std::unordered_set<std::string>& domains) const;
+
   /// The addresses that are targets of other lines, some of them repeatedly.
   const std::vector<std::string_view>& led_to() const noexcept { return led_to_; }
 
@@ -49,11 +55,23 @@ class TableHints {
   const std::unordered_set<std::string>& discarding() const noexcept { return discarding_; }
 
  private:
+  /// A line that is a key and one other address.
+  struct Way {
+    std::string_view key;
+    std::string_view target;
+  };
+
+  void ReadVirtualUsers();
+  std::size_t OffsetOf(std::string_view key) const;
+  std::unordered_set<std::string_view> MailboxesLedTo(
+      const std::unordered_set<std::string_view>& led_to) const;
+
   std::string text_;
   std::unordered_set<std::size_t> idle_;
   std::string entries_text_;
   std::size_t lines_ = 0;
   std::vector<std::string_view> led_to_;          ///< pieces of the text
+  std::vector<Way> ways_;                         ///< pieces of the text
   std::unordered_set<std::string_view> entries_;  ///< pieces of the aliases
   std::unordered_set<std::string> discarding_;
 };

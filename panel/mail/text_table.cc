@@ -39,14 +39,15 @@ bool IsSkipped(std::string_view line) {
   return begin == std::string_view::npos || line[begin] == '#';
 }
 
-/// Whether the line is a key and a value in characters that have no other meaning anywhere. Nearly
-/// all lines are, and need not be looked at closely.
-bool IsPlain(std::string_view line) {
+/// The key of a line for postmap that is a key and a value in characters that have no other meaning
+/// anywhere; empty for another. Nearly all lines are such, and need not be looked at closely.
+std::string_view PlainKey(std::string_view line) {
   static constexpr ByteSet kPlain("abcdefghijklmnopqrstuvwxyz0123456789@.+-_=");
   const std::size_t key = kPlain.CountIn(line);
-  if (key == 0 || key == line.size() || (line[key] != ' ' && line[key] != '\t')) return false;
+  if (key == 0 || key == line.size() || (line[key] != ' ' && line[key] != '\t')) return {};
   const std::string_view value = line.substr(key + 1);
-  return !value.empty() && kPlain.CountIn(value) == value.size();
+  const bool is_plain = !value.empty() && kPlain.CountIn(value) == value.size();
+  return is_plain ? line.substr(0, key) : std::string_view();
 }
 
 /// Where the first character that `ends` is outside of double quotes; the size when there is none.
@@ -177,14 +178,12 @@ std::vector<Oddity> TextTable::FindOddities() {
   if (!is_read_) Read();
   std::vector<Oddity> oddities;
   if (orphan_) oddities.push_back(*orphan_);
-  for (const Place& place : places_) {
+  for (const Place& place : doubtful_) {
     const std::optional<Oddity::Kind> kind = OddityAt(place);
     if (!kind) continue;
     oddities.push_back(
         {*kind, place.line, place.offset, KeyOf(LineAt(text_, place.offset), format_)});
   }
-  std::sort(oddities.begin(), oddities.end(),
-            [](const Oddity& left, const Oddity& right) { return left.line < right.line; });
   return oddities;
 }
 
@@ -197,10 +196,12 @@ void TextTable::FindPlaces() {
   std::uint32_t number = 1;
   for (std::size_t offset = 0; offset < text_.size(); ++number) {
     const std::string_view line = LineAt(text_, offset);
-    if (!IsSkipped(line) && !IsBlank(line.front())) {
-      places_.push_back({Hash(KeyOf(line, format_)), number, offset});
-    } else if (!IsSkipped(line) && places_.empty() && !orphan_) {
-      orphan_ = Oddity{Oddity::Kind::kContinuesNothing, number, offset, ""};
+    if (!IsSkipped(line)) {
+      if (IsBlank(line.front())) {
+        NoteContinuation(number, offset);
+      } else {
+        AddPlace(line, number, offset);
+      }
     }
     offset += line.size() + 1;
   }
@@ -208,6 +209,21 @@ void TextTable::FindPlaces() {
     return std::tie(left.hash, left.offset) < std::tie(right.hash, right.offset);
   });
   is_read_ = true;
+}
+
+void TextTable::AddPlace(std::string_view line, std::uint32_t number, std::size_t offset) {
+  const std::string_view plain = format_ == Format::kPostmap ? PlainKey(line) : "";
+  const std::uint32_t hash = plain.empty() ? Hash(KeyOf(line, format_)) : Hash(plain);
+  places_.push_back({hash, number, offset});
+  if (plain.empty()) doubtful_.push_back(places_.back());
+}
+
+void TextTable::NoteContinuation(std::uint32_t number, std::size_t offset) {
+  if (places_.empty()) {
+    if (!orphan_) orphan_ = Oddity{Oddity::Kind::kContinuesNothing, number, offset, ""};
+  } else if (doubtful_.empty() || doubtful_.back().offset != places_.back().offset) {
+    doubtful_.push_back(places_.back());
+  }
 }
 
 /// Where the next line begins that means something; the size of the text when there is none.
@@ -249,9 +265,6 @@ std::optional<Entry> TextTable::EntryAt(const Place& place) const {
 
 std::optional<Oddity::Kind> TextTable::OddityAt(const Place& place) const {
   const std::string_view line = LineAt(text_, place.offset);
-  if (format_ == Format::kPostmap && IsPlain(line) && !IsContinued(place.offset)) {
-    return std::nullopt;
-  }
   const std::optional<Entry> entry = EntryAt(place);
   if (!entry) return Oddity::Kind::kNoEntry;
   if (line.find('\0') != std::string_view::npos) return Oddity::Kind::kNul;

@@ -19,6 +19,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace panel::mail {
@@ -70,6 +71,9 @@ class TextTable {
 
   const std::string& path() const noexcept { return path_; }
 
+  /// The text, without which nothing can be found any more.
+  std::string TakeText() && { return std::move(text_); }
+
   /// Throws fen_err::Error("file", path, why) when the file cannot be read; one that does not exist
   /// holds nothing.
   std::optional<Entry> Find(const std::string& key);
@@ -94,6 +98,8 @@ class TextTable {
 
   void Read();
   void FindPlaces();
+  void AddPlace(std::string_view line, std::uint32_t number, std::size_t offset);
+  void NoteContinuation(std::uint32_t number, std::size_t offset);
   std::size_t NextLine(std::size_t offset) const;
   bool IsContinued(std::size_t offset) const;
   std::string LogicalLine(std::size_t offset) const;
@@ -107,6 +113,7 @@ class TextTable {
   std::string text_;
   std::optional<Oddity> orphan_;  ///< the first line that continues nothing
   std::vector<Place> places_;     ///< in the order of their hashes, then of the text
+  std::vector<Place> doubtful_;   ///< those that may be odd, in the order of the text
 };
 
 }  // namespace panel::mail

@@ -1,7 +1,9 @@
 /// NAME
 ///   sync_test - reading tables that somebody keeps by hand, seen in what the panel knows then
 
+#include <random>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -310,6 +312,40 @@ TEST(SyncAliases, OfASuspendedMailboxStayItsAliases) {
   EXPECT_EQ(panel.Mailboxes(),
             "ADDRESS         STATE      MAIL  RESPONDER  ALIASES  FORWARDS\n"
             "info@a.example  suspended  kept  off        sales    -\n");
+}
+
+/// Lines of addresses in random order, some twice, each with random targets: of
+/// these that are there and others, alone and several.
+std::string RandomLines(unsigned seed, const std::string& separator) {
+  const std::vector<std::string> others = {"user", "postfix_err_nouser", "devnull", "x@c.example"};
+  std::mt19937 random(seed);
+  const auto one_of = [&random](const auto& texts) { return texts[random() % texts.size()]; };
+  const auto address = [&] {
+    const std::string name = (random() % 20 == 0 ? "M" : "m") + std::to_string(random() % 30);
+    return name + (random() % 8 == 0 ? "@b.example" : "@a.example");
+  };
+  std::string lines;
+  for (int line = 0; line < 40; ++line) {
+    const std::string key = address();
+    std::string targets = random() % 3 == 0 ? key : address();
+    if (random() % 5 == 0) targets = one_of(others);
+    if (random() % 8 == 0) targets += (random() % 2 == 0 ? "," : " ") + address();
+    lines += key + separator + targets + "\n";
+  }
+  return lines;
+}
+
+/// Only aliases in lines without a blank too many are told before mailboxes are made of all lines.
+TEST(SyncAliases, AreTheSameWhetherTheyAreToldBeforeTheirMailboxesOrAfter) {
+  for (unsigned seed = 0; seed < 10; ++seed) {
+    SCOPED_TRACE(RandomLines(seed, "\t"));
+    const TablePanel told(RandomLines(seed, "\t"));
+    const TablePanel untold(RandomLines(seed, "\t\t"));
+
+    EXPECT_EQ(told.State(), untold.State());
+    EXPECT_EQ(told.Query("SELECT name FROM email_alias ORDER BY name"),
+              untold.Query("SELECT name FROM email_alias ORDER BY name"));
+  }
 }
 
 TEST(SyncCatchAll, OfAMailboxIsNoAliasAndStaysOneLine) {

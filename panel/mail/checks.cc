@@ -21,6 +21,7 @@
 #include "panel/mail/advice.h"
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/host_name_checks.h"
+#include "panel/mail/map_building_checks.h"
 #include "panel/mail/map_contents.h"
 #include "panel/mail/map_tool.h"
 #include "panel/mail/maps.h"
@@ -230,10 +231,10 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 12> kChecks = {
-    &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,
-    &CheckMaps,        &CheckTableLines, &CheckTargets,    &CheckHostNameLines,
-    &CheckSuspensions, &CheckResponders, &CheckBindings,   &CheckWiring};
+constexpr std::array<Check, 13> kChecks = {
+    &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,  &CheckMaps,
+    &CheckMapBuilding, &CheckTableLines, &CheckTargets,    &CheckHostNameLines, &CheckSuspensions,
+    &CheckResponders,  &CheckBindings,   &CheckWiring};
 
 }  // namespace
 

@@ -41,6 +41,10 @@ std::vector<std::string> BehindMapTool(const std::vector<std::string>& words) {
   return behind;
 }
 
+bool ChangesEntries(const std::string& command) {
+  return IsOwn(NameOf(SplitWords(command)));
+}
+
 std::string WholeBuild(const std::string& command) {
   std::vector<std::string> words = SplitWords(command);
   if (!IsOwn(NameOf(words))) return command;

@@ -17,6 +17,9 @@ namespace panel::mail {
 /// it. The words themselves where they name no program of this panel's.
 std::vector<std::string> BehindMapTool(const std::vector<std::string>& words);
 
+/// Whether the configured command line changes entries of a map where it can, rather than build it.
+bool ChangesEntries(const std::string& command);
+
 /// The configured command line with which a whole map is built, whatever is known of the old one.
 std::string WholeBuild(const std::string& command);
 

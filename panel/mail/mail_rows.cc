@@ -14,6 +14,26 @@ bool FindInDomain(zeb_db::EmailTable& mailbox, std::int64_t domain, const std::s
   return db::FindRow(mailbox, {{"domain", domain}, {"name", local}});
 }
 
+/// Whether the alias is one in so many domains, as "info" may be, that it is sooner found among all
+/// those of one domain.
+bool IsCommonAlias(const std::string& name) {
+  const std::vector<std::string> first =
+      Column("SELECT count(*) FROM (SELECT 1 FROM email_alias WHERE name = " + name +
+             " LIMIT 100) AS few");
+  return first.front() == "100";
+}
+
+/// The keys of the mailboxes of the domain that have the alias.
+std::vector<std::string> OwnersOfAlias(const zeb_db::EmailDomainTable& domain,
+                                       const std::string& local) {
+  const std::string name = fen_db::Cache::EscapeValue(local);
+  return Column(
+      std::string("SELECT email.id FROM ") +
+      (IsCommonAlias(name) ? "email CROSS JOIN email_alias" : "email_alias CROSS JOIN email") +
+      " WHERE email.id = email_alias.email AND email_alias.name = " + name +
+      " AND email.domain = " + domain.id.AsString());
+}
+
 }  // namespace
 
 DomainRow FindDomain(const std::string& text) {
@@ -49,10 +69,7 @@ std::optional<std::string> UseOfName(const zeb_db::EmailDomainTable& domain,
                                      const std::string& local) {
   MailboxRow mailbox = zeb_db::GetCache().Get<zeb_db::EmailTable>();
   if (FindInDomain(*mailbox, domain.id, local)) return "a mailbox";
-  const std::vector<std::string> owners = Column(
-      "SELECT email.id FROM email_alias JOIN email ON email.id = email_alias.email"
-      " WHERE email_alias.name = " +
-      fen_db::Cache::EscapeValue(local) + " AND email.domain = " + domain.id.AsString());
+  const std::vector<std::string> owners = OwnersOfAlias(domain, local);
   if (owners.empty()) return std::nullopt;
   mailbox->Assert(owners.front());
   return "an alias of " + InUnicode(AddressOf(mailbox));

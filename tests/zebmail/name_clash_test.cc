@@ -64,6 +64,25 @@ TEST_F(NameClash, OfOneAliasKeepsTheOthersOfTheCommandOut) {
                 "exists: alias: new@example.org is an alias of info@example.org");
 }
 
+/// Such an alias is looked for in another way.
+TEST_F(NameClash, IsSeenForAnAliasOfManyDomainsInEachOfThem) {
+  std::string lines;
+  for (int number = 0; number < 120; ++number) {
+    const std::string domain = "d" + std::to_string(number) + ".example";
+    lines += R"({"type":"domain","name":")" + domain + R"("})" + "\n" +
+             R"({"type":"mailbox","address":"office@)" + domain + R"(","aliases":["sales"]})" +
+             "\n";
+  }
+  panel_.Do({"import", "-"}, lines);
+
+  ExpectRefused(panel_, {"mailbox", "create", "sales@d7.example"},
+                "exists: mailbox: sales@d7.example is an alias of office@d7.example");
+  ExpectRefused(panel_, {"alias", "add", "info@example.org", "sales"},
+                "exists: alias: sales@example.org is an alias of info@example.org");
+  panel_.Do({"domain", "create", "new.example"});
+  panel_.Do({"mailbox", "create", "sales@new.example"});
+}
+
 TEST_F(NameClash, DoesNotReachIntoOtherDomains) {
   panel_.Do({"domain", "create", "example.net"});
 

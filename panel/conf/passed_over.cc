@@ -3,6 +3,7 @@
 
 #include "panel/conf/passed_over.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/fen_err.h"
@@ -10,12 +11,13 @@
 namespace panel::conf {
 namespace {
 
-thread_local const PassedOver* current = nullptr;
+thread_local PassedOver* current = nullptr;
 
 }  // namespace
 
-PassedOver::PassedOver(std::string path, std::unordered_set<std::size_t> offsets)
-    : path_(std::move(path)), offsets_(std::move(offsets)) {
+PassedOver::PassedOver(std::string path, const std::unordered_set<std::size_t>& offsets)
+    : path_(std::move(path)), offsets_(offsets.begin(), offsets.end()) {
+  std::sort(offsets_.begin(), offsets_.end());
   if (current != nullptr)
     throw fen_err::Error("operation", "walk", "lines are passed over already");
   current = this;
@@ -25,9 +27,19 @@ PassedOver::~PassedOver() {
   current = nullptr;
 }
 
-const std::unordered_set<std::size_t>* PassedOver::Of(std::string_view path) {
+PassedOver* PassedOver::Of(std::string_view path) {
   const bool is_any = current != nullptr && !current->offsets_.empty() && current->path_ == path;
-  return is_any ? &current->offsets_ : nullptr;
+  return is_any ? current : nullptr;
+}
+
+bool PassedOver::Contains(std::size_t offset) {
+  const bool is_next = (next_ == 0 || offsets_[next_ - 1] < offset) &&
+                       (next_ == offsets_.size() || offset <= offsets_[next_]);
+  if (!is_next) {
+    const auto next = std::lower_bound(offsets_.begin(), offsets_.end(), offset);
+    next_ = static_cast<std::size_t>(next - offsets_.begin());
+  }
+  return next_ < offsets_.size() && offsets_[next_] == offset;
 }
 
 }  // namespace panel::conf

@@ -112,9 +112,9 @@ void RecordSet::MoveTo(LineId line) {
 
 /// Stands on the first record of the type in `line` or behind it.
 void RecordSet::SeekFrom(LineId line) {
-  const auto* const passed_over = PassedOver::Of(file_->path());
+  PassedOver* const passed_over = PassedOver::Of(file_->path());
   const auto is_passed_over = [passed_over](LineId one) {
-    return passed_over != nullptr && !one.IsAdded() && passed_over->contains(one.offset());
+    return passed_over != nullptr && !one.IsAdded() && passed_over->Contains(one.offset());
   };
   while (!line.IsNone() && (is_passed_over(line) || !Reads(line))) line = NextLine(line);
   MoveTo(line);

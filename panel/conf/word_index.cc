@@ -13,8 +13,8 @@
 namespace panel::conf {
 namespace {
 
-/// So many searches cost about as much as the index.
-constexpr std::size_t kMostSearches = 16;
+/// Sixteen searches cost as much as the index. Who asks for more than a few words asks for many.
+constexpr std::size_t kMostSearches = 4;
 
 constexpr ByteSet kSeparators(" \t\r\n,#");
 

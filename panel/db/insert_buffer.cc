@@ -3,12 +3,15 @@
 
 #include "panel/db/insert_buffer.h"
 
+#include <array>
 #include <utility>
 
 namespace panel::db {
 namespace {
 
+/// How many rows a statement inserts.
 constexpr std::size_t kMostRows = 200;
+constexpr std::array<std::size_t, 3> kSteps = {kMostRows, 14, 1};
 
 /// "(:v0, :v1), (:v2, :v3)" for two rows of two columns.
 std::string Placeholders(std::size_t rows, std::size_t columns) {
@@ -42,24 +45,32 @@ void InsertBuffer::Add(std::vector<Value> row) {
 
 void InsertBuffer::Flush() {
   if (values_.empty()) return;
-  std::unique_ptr<Statement>& statement = statements_[values_.size()];
-  if (statement == nullptr) statement = Prepare();
-  statement->Run();
+  for (const std::size_t step : kSteps) {
+    while (values_.size() >= step * columns_.size()) InsertFirst(step);
+  }
   ++connection_.Generation(table_);
-  values_.clear();
 }
 
-std::unique_ptr<Statement> InsertBuffer::Prepare() {
+/// Those behind them move up to their places.
+void InsertBuffer::InsertFirst(std::size_t rows) {
+  std::unique_ptr<Statement>& statement = statements_[rows];
+  if (statement == nullptr) statement = Prepare(rows);
+  statement->Run();
+  values_.erase(values_.begin(),
+                values_.begin() + static_cast<std::ptrdiff_t>(rows * columns_.size()));
+}
+
+std::unique_ptr<Statement> InsertBuffer::Prepare(std::size_t rows) {
   std::vector<Statement::Variable> variables;
-  variables.reserve(values_.size());
-  for (Value& value : values_) {
-    std::visit([&variables](auto& place) { variables.emplace_back(&place); }, value);
+  const std::size_t count = rows * columns_.size();
+  variables.reserve(count);
+  for (std::size_t index = 0; index < count; ++index) {
+    std::visit([&variables](auto& place) { variables.emplace_back(&place); }, values_[index]);
   }
-  return std::make_unique<Statement>(
-      connection_,
-      "INSERT INTO " + table_ + " (" + Joined(columns_) + ") VALUES " +
-          Placeholders(values_.size() / columns_.size(), columns_.size()),
-      std::move(variables), std::vector<Statement::Variable>{});
+  return std::make_unique<Statement>(connection_,
+                                     "INSERT INTO " + table_ + " (" + Joined(columns_) +
+                                         ") VALUES " + Placeholders(rows, columns_.size()),
+                                     std::move(variables), std::vector<Statement::Variable>{});
 }
 
 }  // namespace panel::db

@@ -3,7 +3,9 @@
 ///
 /// PURPOSE
 ///   A statement that inserts hundreds of rows costs a database far less than hundreds of
-///   statements do. The rows wait here until there are enough of them, or until anybody looks.
+///   statements do. The rows wait here until there are enough of them, or until anybody looks. Then
+///   fewer are inserted by statements for a few rows and for one: to prepare one for each number of
+///   rows that ever waits would cost more than they do.
 
 #pragma once
 
@@ -35,14 +37,16 @@ class InsertBuffer {
   void Flush();
 
  private:
-  /// Inserts as many rows as wait, from the places where they wait.
-  std::unique_ptr<Statement> Prepare();
+  void InsertFirst(std::size_t rows);
+
+  /// Inserts the first rows that wait, from the places where they wait.
+  std::unique_ptr<Statement> Prepare(std::size_t rows);
 
   Connection& connection_;
   std::string table_;
   std::vector<std::string> columns_;
   std::vector<Value> values_;  ///< of the rows that wait, one behind the other
-  std::map<std::size_t, std::unique_ptr<Statement>> statements_;  ///< by the number of values
+  std::map<std::size_t, std::unique_ptr<Statement>> statements_;  ///< by the number of rows
 };
 
 }  // namespace panel::db

@@ -22,7 +22,9 @@ bool email::FindByEmailName(const std::string& address, std::shared_ptr<zeb_db::
     domain->ClearCache(false);
     return false;
   }
-  if (!domain->name.Lookup(address.substr(at + 1))) return false;
+  const std::string name = address.substr(at + 1);
+  const bool is_found = pass != nullptr && !domain->Eof() && domain->name.Str() == name;
+  if (!is_found && !domain->name.Lookup(name)) return false;
   const std::string local_part = address.substr(0, at);
   if (pass != nullptr && pass->IsNew(domain->id, local_part)) return false;
   return panel::db::FindRow(*email, {{"domain", std::int64_t{domain->id}}, {"name", local_part}});

@@ -61,9 +61,9 @@ void CacheMailboxes(const TableHints& hints, const std::string& table,
                     const ShowProgress& progress) {
   std::unordered_set<std::string> domains;
   for (std::string& name : Column("SELECT name FROM email_domain")) domains.insert(std::move(name));
-  std::unordered_set<std::size_t> passed_over = hints.LinesOfNoMailbox(domains);
+  const std::unordered_set<std::size_t> passed_over = hints.LinesOfNoMailbox(domains);
   const SyncPass pass(progress, hints.lines() - passed_over.size());
-  const conf::PassedOver others(table, std::move(passed_over));
+  const conf::PassedOver others(table, passed_over);
   db::GatheredInserts inserts("email");
   BackEnd().CacheEmails();
   inserts.Finish();

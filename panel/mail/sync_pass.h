@@ -4,9 +4,10 @@
 /// PURPOSE
 ///   The longest part of a synchronisation is a pass of the back-end over the address lines, which
 ///   asks the panel for the rows of each. Each question is a step of the progress that is shown.
-///   And most are about a mailbox that the database cannot have, because it had no such mailbox
-///   before the pass and the pass has not come to the address yet: these need not be asked of the
-///   database.
+///   Those about the addresses of one domain come one after the other, and a pass changes no
+///   domain: its row need not be looked for again. And most are about a mailbox that the database
+///   cannot have, because it had no such mailbox before the pass and the pass has not come to the
+///   address yet: these need not be asked of the database.
 
 #pragma once
 

@@ -439,6 +439,34 @@ TEST_F(KnownMap, IsRightWhenManyWorkOnItAtOnce) {
   EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
 }
 
+TEST_F(KnownMap, IsRightWhenManyBuildItWhoKnowNothingOfEachOther) {
+  place_.SetText(With("new@b.example\tboss"));
+  std::vector<std::future<CommandRun>> runs;
+  for (int run = 0; run < 8; ++run) {
+    const fs::path state = place_.Path("state" + std::to_string(run));
+    fs::create_directory(state);
+    runs.push_back(std::async(std::launch::async, [this, state] {
+      return place_.Run({"--whole", "--state", state});
+    }));
+  }
+  for (std::future<CommandRun>& run : runs) {
+    const CommandRun done = run.get();
+    EXPECT_EQ(done.status, 0) << done.errors;
+  }
+
+  EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
+  EXPECT_FALSE(fs::exists(place_.Path("mail/.table.zebmail-map")));
+}
+
+TEST_F(KnownMap, IsBuiltInPlaceWhereAFolderOpenToOthersStands) {
+  fs::create_directory(place_.Path("mail/.table.zebmail-map"));
+  test_support::SetMode(place_.Path("mail/.table.zebmail-map"), 0755);
+
+  ExpectWayOf(With("info@a.example\tboss"), "build");
+
+  EXPECT_TRUE(fs::exists(place_.Path("mail/.table.zebmail-map")));
+}
+
 TEST(MarkedMap, IsItselfUnderAnotherName) {
   const test_support::TempFolder folder;
   const fs::path path = folder.WriteText("map.db", "entries");

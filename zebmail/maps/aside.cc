@@ -25,6 +25,7 @@ using panel::FileHandle;
 constexpr mode_t kPermissions = 07777;
 
 const char* const kAgain = "run this again";
+const char* const kLook = "look what it holds, and remove it";
 const char* const kRoom = "see that its disk works and has room, and run this again";
 
 fs::path FolderBeside(const fs::path& text) {
@@ -41,6 +42,19 @@ bool IsMountPoint(const fs::path& path) {
 bool HasExtendedAttributes(const fs::path& path) {
   const ssize_t size = llistxattr(path.c_str(), nullptr, 0);
   return size > 0 || (size < 0 && errno != ENOTSUP);
+}
+
+/// Others may have put there what is in one that is open to them.
+bool IsClosedToOthers(const struct stat& folder) {
+  return S_ISDIR(folder.st_mode) && folder.st_uid == geteuid() && (folder.st_mode & kOthers) == 0;
+}
+
+/// Whether what was opened still has this name.
+bool IsSame(const FileHandle& handle, const fs::path& folder) {
+  struct stat opened {};
+  struct stat now {};
+  return handle && fstat(handle.get(), &opened) == 0 && lstat(folder.c_str(), &now) == 0 &&
+         opened.st_dev == now.st_dev && opened.st_ino == now.st_ino;
 }
 
 void SynchroniseFolder(const fs::path& folder) {
@@ -64,30 +78,35 @@ Aside::Aside(const fs::path& path, const std::string& suffix)
       folder_(FolderBeside(path)),
       text_here_(folder_ / path.filename()),
       map_here_(text_here_.string() + suffix) {
-  RemoveLeftovers(path);
-  if (mkdir(folder_.c_str(), kPrivateFolder) != 0) {
-    const int error = errno;
-    FailOn(folder_, error, error == EEXIST ? "look what it holds, and remove it" : kRoom);
-  }
+  do {
+    Take();
+  } while (!IsSame(lock_, folder_));
+  Clear();
 }
 
 Aside::~Aside() {
-  RemoveLeftovers(text_);
+  Clear();
+  rmdir(folder_.c_str());
 }
 
-/// Only what is closed to others: they may have put the rest there.
-void Aside::RemoveLeftovers(const fs::path& path) {
-  const fs::path folder = FolderBeside(path);
+/// Waits while another run has the folder, which removes it then.
+void Aside::Take() {
+  if (mkdir(folder_.c_str(), kPrivateFolder) != 0 && errno != EEXIST) FailOn(folder_, errno, kRoom);
+  lock_ = FileHandle(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!lock_ && errno == ENOENT) return;
+  if (!lock_) FailOn(folder_, errno, kLook);
   struct stat status {};
-  const bool is_own = lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-                      status.st_uid == geteuid() && (status.st_mode & kOthers) == 0;
-  if (!is_own) return;
-  std::error_code failed;  // what stays is in the way of the folder's removal
-  for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
+  if (fstat(lock_.get(), &status) != 0) FailOn(folder_, errno, kAgain);
+  if (!IsClosedToOthers(status)) FailOn(folder_, EEXIST, kLook);
+  Lock(lock_, folder_);
+}
+
+void Aside::Clear() const {
+  std::error_code failed;  // what stays is in the way of a copy, or of the folder's removal
+  for (fs::directory_iterator entry(folder_, failed); !failed && entry != fs::directory_iterator();
        entry.increment(failed)) {
     unlink(entry->path().c_str());
   }
-  rmdir(folder.c_str());
 }
 
 std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix) {
@@ -97,8 +116,8 @@ std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix)
   if (!fault.empty()) return fault;
   if (folder.filename().string().size() > NAME_MAX) return "the name of the table is too long";
   struct stat status {};
-  if (lstat(folder.c_str(), &status) == 0 && status.st_uid != geteuid()) {
-    return folder.string() + " belongs to somebody else";
+  if (lstat(folder.c_str(), &status) == 0 && !IsClosedToOthers(status)) {
+    return folder.string() + " is not a folder of this program";
   }
   if (access(path.parent_path().c_str(), W_OK) != 0) {
     return path.parent_path().string() + ": " + std::generic_category().message(errno);
@@ -113,6 +132,7 @@ std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix)
 }
 
 fs::path Aside::WriteText(std::string_view text, const struct stat& original) const {
+  Clear();
   const FileHandle copy(
       open(text_here_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kPrivateFile));
   if (!copy) FailOn(text_here_, errno, kRoom);

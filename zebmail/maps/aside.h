@@ -8,6 +8,10 @@
 ///   notices that its file is gone and opens the new one. It also makes certain of which text the
 ///   map is, whoever writes to the text meanwhile.
 ///
+/// WHO WAITS
+///   Only one run at a time has the folder, whatever it knows of the map and wherever it keeps
+///   that: the others wait for it. A run that only changes entries takes it as well.
+///
 /// WHAT STAYS
 ///   `.NAME.zebmail-map` beside the text, when this program is killed; the next run removes it.
 ///
@@ -23,12 +27,17 @@
 
 #include <sys/stat.h>
 
+#include "panel/process/file_handle.h"
+
 namespace zebmail::maps {
 
 class Aside {
  public:
-  /// A folder beside the text at `path`. What somebody else has put there is left alone.
+  /// Takes the folder beside the text at `path`, which has no obstacle, and removes what a run that
+  /// was killed has left in it. What somebody else has put there is left alone.
   Aside(const std::filesystem::path& path, const std::string& suffix);
+
+  /// Removes the folder.
   ~Aside();
 
   Aside(const Aside&) = delete;
@@ -37,9 +46,8 @@ class Aside {
   /// Why a map of this text has to be built in place; empty when it can be built aside.
   static std::string FindObstacle(const std::filesystem::path& path, const std::string& suffix);
 
-  /// Removes what a run for the text at `path` that was killed has left; for texts without an
-  /// obstacle.
-  static void RemoveLeftovers(const std::filesystem::path& path);
+  /// The open file that stands for the lock.
+  int lock() const noexcept { return lock_.get(); }
 
   /// Puts a copy of the text there, with the owner and mode of `original`, and returns its path.
   std::filesystem::path WriteText(std::string_view text, const struct stat& original) const;
@@ -55,11 +63,15 @@ class Aside {
   void MoveMap() const;
 
  private:
+  void Take();
+  void Clear() const;
+
   std::filesystem::path text_;
   std::filesystem::path map_;
   std::filesystem::path folder_;
   std::filesystem::path text_here_;
   std::filesystem::path map_here_;
+  panel::FileHandle lock_;
 };
 
 }  // namespace zebmail::maps

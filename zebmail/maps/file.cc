@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace zebmail::maps {
@@ -27,6 +28,12 @@ std::string IdentityOf(const struct stat& status) {
   return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino) + " " +
          std::to_string(status.st_size) + " " + TimeText(status.st_mtim) + " " +
          TimeText(status.st_ctim);
+}
+
+void Lock(const panel::FileHandle& file, const std::filesystem::path& path) {
+  while (flock(file.get(), LOCK_EX) != 0) {
+    if (errno != EINTR) FailOn(path, errno, "let it lie on a file system that has locks");
+  }
 }
 
 std::string ReadAll(int file, const std::filesystem::path& path) {

@@ -35,6 +35,9 @@ class FileError : public std::runtime_error {
 /// the bytes of the file: nobody can set the time of the last change.
 std::string IdentityOf(const struct stat& status);
 
+/// Waits until no other run holds the lock of the file or folder, and takes it.
+void Lock(const panel::FileHandle& file, const std::filesystem::path& path);
+
 /// The bytes of an open file from its beginning on.
 std::string ReadAll(int file, const std::filesystem::path& path);
 

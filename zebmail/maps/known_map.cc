@@ -16,7 +16,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -68,12 +67,6 @@ FileHandle OpenOwn(const fs::path& path) {
                       status.st_nlink == 1 && (status.st_mode & kOthers) == 0;
   if (!is_own) Refuse(path.string() + " is not a file of this program alone: " + kRemove);
   return file;
-}
-
-void Lock(const FileHandle& file, const fs::path& path) {
-  while (flock(file.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) FailOn(path, errno, kMendState);
-  }
 }
 
 /// The panel's database and its notes lie on that disk, too: as much as the copy takes is left.

@@ -38,7 +38,7 @@ std::optional<PostfixSettings> AskPostfix(const Arguments& arguments) {
   words.insert(words.end(), {"-xh", "default_database_type", "smtputf8_enable", "mail_version"});
 
   std::string output;
-  const int status = RunTool(words, "", -1, [&output](std::string_view text) { output += text; });
+  const int status = RunTool(words, "", {}, [&output](std::string_view text) { output += text; });
   const std::vector<std::string> values = ValueLines(output, postconf);
   if (status != 0 || values.size() != 3) return std::nullopt;
   return PostfixSettings{values[0],

@@ -56,10 +56,11 @@ Pipe OpenPipe(const std::string& program) {
 }
 
 /// What a new process does; nothing in it may fail by an exception.
-[[noreturn]] void Become(char* const* words, int input, int output, int lock, unsigned clock) {
-  const bool is_good = dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
-                       dup2(output, STDERR_FILENO) >= 0 &&
-                       (lock < 0 || fcntl(lock, F_SETFD, 0) == 0);
+[[noreturn]] void Become(char* const* words, int input, int output, const std::vector<int>& locks,
+                         unsigned clock) {
+  bool is_good = dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
+                 dup2(output, STDERR_FILENO) >= 0;
+  for (const int lock : locks) is_good = is_good && fcntl(lock, F_SETFD, 0) == 0;
   if (is_good) {
     alarm(clock);
     execv(words[0], words);
@@ -96,7 +97,7 @@ int Wait(const std::string& program, pid_t process) {
 
 }  // namespace
 
-int RunTool(const Words& words, std::string_view input, int lock,
+int RunTool(const Words& words, std::string_view input, const std::vector<int>& locks,
             const std::function<void(std::string_view)>& print) {
   Words writable = words;
   const std::string& program = words.front();
@@ -109,7 +110,7 @@ int RunTool(const Words& words, std::string_view input, int lock,
   const pid_t process = fork();
   if (process < 0) FailOn(program, errno, kLater);
   if (process == 0) {
-    Become(pointers.data(), input_file.get(), pipe.write_end.get(), lock, clock);
+    Become(pointers.data(), input_file.get(), pipe.write_end.get(), locks, clock);
   }
   pipe.write_end = FileHandle();  // or its end would never come
   ReadOutput(program, pipe.read_end, print);

@@ -7,6 +7,9 @@
 ///   Whatever is not certain is no question: then the map is built anew (aside.h), as Postfix's
 ///   program would without this one.
 ///
+/// WHAT IT DOES NOT SEE
+///   What another hand writes into the map within the milliseconds in which entries are changed.
+///
 /// WHEN IT IS KILLED
 ///   The record is taken away before the map is touched and comes back when all is done. What was
 ///   killed in between is not known to the next run, which builds the map anew.
@@ -95,7 +98,8 @@ class Update {
   /// Returns the exit status. Where somebody has worked on the text meanwhile, he may have done so
   /// on the map, too.
   int Run() {
-    if (Aside::FindObstacle(text_, SuffixOf(type_)).empty()) Aside::RemoveLeftovers(text_);
+    obstacle_ = Aside::FindObstacle(text_, SuffixOf(type_));
+    if (obstacle_.empty()) aside_.emplace(text_, SuffixOf(type_));
     if (arguments_.whole) Forget();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
       const StillText text = ReadStill(text_);
@@ -120,9 +124,8 @@ class Update {
       why = error.what();
     }
     Explain("the whole map is built: " + why);
-    const std::string obstacle = Aside::FindObstacle(text_, SuffixOf(type_));
-    if (obstacle.empty()) return BuildAside(text);
-    Explain("it is built in place: " + obstacle);
+    if (aside_) return BuildAside(text);
+    Explain("it is built in place: " + obstacle_);
     return BuildInPlace(text);
   }
 
@@ -184,7 +187,7 @@ class Update {
   /// A tool that says something about the entries or the map has not done with them what it should.
   void Apply(const Words& options, const std::string& input) const {
     std::string output;
-    const int status = RunTool(Command(options, text_), input, known_.lock(),
+    const int status = RunTool(Command(options, text_), input, Locks(),
                                [&output](std::string_view text) { output += text; });
     std::cerr << output;
     const bool is_of_entries = output.find("stdin") != std::string::npos ||
@@ -192,6 +195,11 @@ class Update {
     if (status != 0 || is_of_entries) {
       throw Uncertain(arguments_.tool.string() + " " + options.front() + " has failed");
     }
+  }
+
+  std::vector<int> Locks() const {
+    if (!aside_) return {known_.lock()};
+    return {known_.lock(), aside_->lock()};
   }
 
   Words Command(const Words& options, const fs::path& text) const {
@@ -204,15 +212,14 @@ class Update {
   }
 
   int BuildAside(const StillText& text) {
-    const Aside aside(text_, SuffixOf(type_));
-    const fs::path copy = aside.WriteText(text.bytes, text.status);
-    LinePrinter printer(aside);
-    const int status = RunTool(Command({}, copy), "", known_.lock(),
+    const fs::path copy = aside_->WriteText(text.bytes, text.status);
+    LinePrinter printer(*aside_);
+    const int status = RunTool(Command({}, copy), "", Locks(),
                                [&printer](std::string_view output) { printer.Print(output); });
     if (status != 0) return status;
-    const std::optional<struct stat> marked = aside.Finish();
+    const std::optional<struct stat> marked = aside_->Finish();
     Forget();
-    aside.MoveMap();
+    aside_->MoveMap();
     KeepWhole(AsMarked(marked), text.bytes);
     return 0;
   }
@@ -221,7 +228,7 @@ class Update {
   /// which text the map is.
   int BuildInPlace(const StillText& text) {
     Forget();
-    const int status = RunTool(Command({}, text_), "", known_.lock(),
+    const int status = RunTool(Command({}, text_), "", Locks(),
                                [](std::string_view output) { std::cerr << output; });
     if (status != 0) return status;
     if (IsStill(text, text_) && ReadStill(text_).bytes == text.bytes) {
@@ -282,6 +289,8 @@ class Update {
   std::string type_;
   fs::path map_;
   KnownMap known_;
+  std::string obstacle_;        ///< why the map cannot be built aside
+  std::optional<Aside> aside_;  ///< none with an obstacle
 };
 
 [[noreturn]] void HandOn(const Arguments& arguments) {

@@ -40,7 +40,7 @@ class Diff {
 
     const pid_t child = Start(old_text, new_text, writing);
     writing = FileHandle();
-    const std::string output = ReadAll(reading);
+    std::string output = ReadAll(reading);
     const int status = Wait(child);
     if (!WIFEXITED(status) || WEXITSTATUS(status) > 1) {
       throw fen_err::Error("diff", path_, "diff did not succeed: " + output);

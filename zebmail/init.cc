@@ -34,7 +34,7 @@ std::vector<fs::path> CompletePanel(const Invocation& invocation, const panel::C
   for (const panel::mail::Map& map : panel::mail::Maps()) {
     if (!panel::mail::IsStale(map, suffix)) continue;
     panel::mail::Build(map);
-    built.push_back(map.text.string() + suffix);
+    built.emplace_back(map.text.string() + suffix);
   }
   return built;
 }

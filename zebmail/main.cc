@@ -36,7 +36,7 @@ void KeepStandardStreams() {
 /// A file that a limit keeps from growing is one that cannot be written, and is taken back like any
 /// other; by itself the signal would end the command on the spot. Tools start without this.
 void TakeLimitsForErrors() {
-  std::signal(SIGXFSZ, SIG_IGN);
+  if (std::signal(SIGXFSZ, SIG_IGN) == SIG_ERR) std::abort();
 }
 
 void AddGlobalOptions(CLI::App& app, Invocation& invocation) {

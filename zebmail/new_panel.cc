@@ -16,6 +16,7 @@
 
 #include "host/fen_err.h"
 #include "panel/mail/map_tool.h"
+#include "panel/process/beside.h"
 #include "panel/process/file_handle.h"
 #include "panel/process/trust.h"
 #include "panel/text/words.h"
@@ -89,26 +90,16 @@ void RefuseRelativePaths(const std::map<std::string, std::string>& paths) {
   }
 }
 
-/// What was built or installed together with this program; empty when it was not.
-fs::path FindBeside(const std::string& name) {
-  std::error_code failed;
-  const fs::path beside = fs::read_symlink("/proc/self/exe", failed).parent_path() / name;
-  return !failed && fs::exists(beside, failed) ? beside : fs::path();
-}
-
 fs::path ModuleDir() {
-  const fs::path beside = FindBeside("modules");
+  fs::path beside = panel::FindBeside("modules");
   return beside.empty() ? panel::Config().module_dir : beside;
 }
 
-/// The command that builds maps: the one that changes single entries, where it is there and its
-/// path can be part of a command line, or Postfix's own.
+/// The command that builds maps: the one that changes single entries, where it is there, or
+/// Postfix's own.
 std::string MapCommand(const std::string& tool, const Places& places, const std::string& options) {
-  const std::string beside = FindBeside("zebmail-" + tool);
-  if (beside.empty() || beside.find_first_of(" \t") != std::string::npos) {
-    return "/usr/sbin/" + tool + options;
-  }
-  return beside + " --state " + places.state_dir.string() + options;
+  const std::string postfix = "/usr/sbin/" + tool + options;
+  return panel::mail::OwnMapCommand(postfix, places.state_dir).value_or(postfix);
 }
 
 std::map<std::string, std::string> Paths(const InitOptions& options, const Places& places) {

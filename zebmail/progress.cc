@@ -27,7 +27,7 @@ void ProgressBar::Draw(std::size_t done, std::size_t all) {
   is_drawn_ = true;
 }
 
-void ProgressBar::Wipe() {
+void ProgressBar::Wipe() const {
   if (is_drawn_) std::cerr << "\r\033[K" << std::flush;
 }
 

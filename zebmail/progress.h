@@ -23,7 +23,7 @@ class ProgressBar {
 
  private:
   void Draw(std::size_t done, std::size_t all);
-  void Wipe();
+  void Wipe() const;
 
   bool is_shown_;
   bool is_drawn_ = false;

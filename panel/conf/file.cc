@@ -30,6 +30,7 @@ File::File(const Table& table, const std::string& path, bool create)
 File::File(const Table& table, std::string path, FileContents contents)
     : table_(table),
       path_(std::move(path)),
+      read_stamp_(contents.stamp),
       stamp_(contents.stamp),
       text_(std::move(contents.bytes)),
       words_(text_) {

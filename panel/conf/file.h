@@ -35,6 +35,9 @@ class File : public std::enable_shared_from_this<File> {
   const std::string& path() const { return path_; }
   const Text& text() const { return text_; }
 
+  /// That of the file on disk when it was read.
+  const std::optional<FileStamp>& read_stamp() const { return read_stamp_; }
+
   /// The whole text as it would be saved.
   std::string Whole() const;
 
@@ -95,7 +98,8 @@ class File : public std::enable_shared_from_this<File> {
 
   const Table& table_;
   std::string path_;
-  std::optional<FileStamp> stamp_;
+  std::optional<FileStamp> read_stamp_;
+  std::optional<FileStamp> stamp_;  ///< when it was read or saved last
   Text text_;
   std::vector<KeyIndex> indexes_;
   WordIndex words_;

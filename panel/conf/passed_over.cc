@@ -15,8 +15,10 @@ thread_local PassedOver* current = nullptr;
 
 }  // namespace
 
-PassedOver::PassedOver(std::string path, const std::unordered_set<std::size_t>& offsets)
-    : path_(std::move(path)), offsets_(offsets.begin(), offsets.end()) {
+PassedOver::PassedOver(std::string path, const FoundLines& lines)
+    : path_(std::move(path)),
+      stamp_(lines.stamp),
+      offsets_(lines.offsets.begin(), lines.offsets.end()) {
   std::sort(offsets_.begin(), offsets_.end());
   if (current != nullptr)
     throw fen_err::Error("operation", "walk", "lines are passed over already");
@@ -27,9 +29,10 @@ PassedOver::~PassedOver() {
   current = nullptr;
 }
 
-PassedOver* PassedOver::Of(std::string_view path) {
-  const bool is_any = current != nullptr && !current->offsets_.empty() && current->path_ == path;
-  return is_any ? current : nullptr;
+PassedOver* PassedOver::Of(const std::string& path, const std::optional<FileStamp>& stamp) {
+  if (current == nullptr || current->path_ != path) return nullptr;
+  if (current->stamp_ != stamp) throw fen_err::Error("changed", path, "");
+  return current->offsets_.empty() ? nullptr : current;
 }
 
 bool PassedOver::Contains(std::size_t offset) {

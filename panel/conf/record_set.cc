@@ -112,7 +112,7 @@ void RecordSet::MoveTo(LineId line) {
 
 /// Stands on the first record of the type in `line` or behind it.
 void RecordSet::SeekFrom(LineId line) {
-  PassedOver* const passed_over = PassedOver::Of(file_->path());
+  PassedOver* const passed_over = PassedOver::Of(file_->path(), file_->read_stamp());
   const auto is_passed_over = [passed_over](LineId one) {
     return passed_over != nullptr && !one.IsAdded() && passed_over->Contains(one.offset());
   };

@@ -52,6 +52,10 @@ std::string Command(const std::string& words) {
   return "zebmail --config " + ShellWord(CurrentConfig().file) + " " + words;
 }
 
+std::string ConfigureAdvice(const std::string& name) {
+  return "set " + name + " under [path] in " + CurrentConfig().file.string();
+}
+
 std::string FixCommand() {
   return Command("check --fix");
 }

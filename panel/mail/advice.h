@@ -19,6 +19,9 @@ std::string ShellWords(const std::vector<std::string>& words);
 /// The command line of zebmail for the panel in use, with `words` behind it.
 std::string Command(const std::string& words);
 
+/// How the path name, such as "postfix-postmap", is given another value.
+std::string ConfigureAdvice(const std::string& name);
+
 /// The command that makes up for outstanding work of the panel in use.
 std::string FixCommand();
 

@@ -39,10 +39,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ConfigureAdvice(const std::string& name) {
-  return "set " + name + " under [path] in " + CurrentConfig().file.string();
-}
-
 /// After-save work that a killed process or a failed tool left. The next change makes up for it, so
 /// there is nothing to mend by the finding itself.
 Findings CheckPendingWork() {

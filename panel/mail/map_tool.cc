@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "panel/process/beside.h"
 #include "panel/text/words.h"
 
 namespace panel::mail {
@@ -39,6 +40,18 @@ std::vector<std::string> BehindMapTool(const std::vector<std::string>& words) {
   }
   for (; next < words.size(); ++next) behind.push_back(words[next]);
   return behind;
+}
+
+std::optional<std::string> OwnMapCommand(const std::string& command,
+                                         const std::filesystem::path& state_dir) {
+  std::vector<std::string> words = SplitWords(command);
+  const std::string name = NameOf(words);
+  const std::string beside = FindBeside(std::string(kOwn) + name);
+  if (beside.empty() || beside.find_first_of(" \t") != std::string::npos) return std::nullopt;
+  std::vector<std::string> own = {beside, "--state", state_dir};
+  if (words.front() != "/usr/sbin/" + name) own.insert(own.end(), {"--tool", words.front()});
+  own.insert(own.end(), words.begin() + 1, words.end());
+  return JoinWords(own);
 }
 
 bool ChangesEntries(const std::string& command) {

@@ -8,6 +8,8 @@
 
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,12 @@ namespace panel::mail {
 /// What a configured command line, as words, has Postfix do: its own program and the options for
 /// it. The words themselves where they name no program of this panel's.
 std::vector<std::string> BehindMapTool(const std::vector<std::string>& words);
+
+/// The command line that changes entries of maps in the place of `command`, of Postfix's own
+/// program, for the panel with this state; nothing where this panel's programs were not built or
+/// installed together with the running one, or their path cannot be part of a command line.
+std::optional<std::string> OwnMapCommand(const std::string& command,
+                                         const std::filesystem::path& state_dir);
 
 /// Whether the configured command line changes entries of a map where it can, rather than build it.
 bool ChangesEntries(const std::string& command);

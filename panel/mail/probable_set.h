@@ -4,7 +4,7 @@
 /// PURPOSE
 ///   Whether one of a million addresses is new is nearly always told by two bits for its hash. That
 ///   it has been seen before is not certain: of a thousand that are new, fewer than one finds the
-///   bits of others.
+///   bits of others, as long as no more are put in than were said.
 
 #pragma once
 

@@ -61,8 +61,8 @@ void CacheMailboxes(const TableHints& hints, const std::string& table,
                     const ShowProgress& progress) {
   std::unordered_set<std::string> domains;
   for (std::string& name : Column("SELECT name FROM email_domain")) domains.insert(std::move(name));
-  const std::unordered_set<std::size_t> passed_over = hints.LinesOfNoMailbox(domains);
-  const SyncPass pass(progress, hints.lines() - passed_over.size());
+  const conf::FoundLines passed_over = hints.LinesOfNoMailbox(domains);
+  const SyncPass pass(progress, hints.lines() - passed_over.offsets.size());
   const conf::PassedOver others(table, passed_over);
   db::GatheredInserts inserts("email");
   BackEnd().CacheEmails();

@@ -3,12 +3,15 @@
 
 #include "panel/mail/table_hints.h"
 
+#include <utility>
+
 #include "host/str.h"
 #include "panel/conf/disk_file.h"
 #include "panel/mail/names.h"
 #include "panel/mail/probable_set.h"
 #include "panel/mail/table_lines.h"
 #include "panel/mail/text_table.h"
+#include "panel/text/byte_set.h"
 
 namespace panel::mail {
 namespace {
@@ -31,27 +34,32 @@ std::size_t OffsetIn(std::string_view text, std::string_view piece) {
   return static_cast<std::size_t>(piece.data() - text.data());
 }
 
-/// Whether a blank stands behind `piece` in `text`.
-bool IsBeforeBlank(std::string_view text, std::string_view piece) {
-  const std::string_view behind = text.substr(OffsetIn(text, piece) + piece.size());
-  return behind.starts_with(' ') || behind.starts_with('\t');
+/// Whether a line of `text` begins with `piece` and a blank.
+bool BeginsLine(std::string_view text, std::string_view piece) {
+  const std::size_t begin = OffsetIn(text, piece);
+  const std::string_view behind = text.substr(begin + piece.size());
+  return (begin == 0 || text[begin - 1] == '\n') &&
+         (behind.starts_with(' ') || behind.starts_with('\t'));
 }
 
-/// Whether nothing but a blank stands between the two, and nothing behind them on their line.
+/// Whether the two are a line of `text`, with one blank between them.
 bool AreWholeLine(std::string_view text, std::string_view key, std::string_view target) {
   const std::size_t end = OffsetIn(text, target) + target.size();
-  return IsBeforeBlank(text, key) && key.data() + key.size() + 1 == target.data() &&
+  return BeginsLine(text, key) && key.data() + key.size() + 1 == target.data() &&
          (end == text.size() || text[end] == '\n');
 }
 
-/// The domain of an address with one "@"; empty for what is none.
-std::string_view DomainOf(std::string_view address) {
+/// The domain of an address in plain characters; empty for any other text.
+std::string_view DomainOfPlain(std::string_view address) {
+  static constexpr ByteSet kPlain(
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789@.+-_=");
   const std::size_t at = address.find('@');
-  if (at == std::string_view::npos || at != address.rfind('@')) return {};
-  return address.substr(at + 1);
+  const bool is_plain = at != 0 && at != std::string_view::npos && at == address.rfind('@') &&
+                        kPlain.CountIn(address) == address.size();
+  return is_plain ? address.substr(at + 1) : std::string_view();
 }
 
-std::unordered_set<std::size_t> IdleLinesOf(TextTable& table) {
+std::unordered_set<std::size_t> IdleOffsets(TextTable& table) {
   std::unordered_set<std::size_t> offsets;
   for (const Repeat& repeat : table.FindRepeats()) offsets.insert(repeat.offset);
   for (const Oddity& oddity : table.FindOddities()) {
@@ -63,15 +71,17 @@ std::unordered_set<std::size_t> IdleLinesOf(TextTable& table) {
 
 }  // namespace
 
-std::unordered_set<std::size_t> IdleLines(const std::string& path) {
-  TextTable table(path, Format::kPostmap);
-  return IdleLinesOf(table);
+conf::FoundLines IdleLines(const std::string& path) {
+  conf::FileContents contents = conf::ReadWholeFile(path);
+  TextTable table = TextTable::Of(std::move(contents.bytes), Format::kPostmap);
+  return {contents.stamp, IdleOffsets(table)};
 }
 
 TableHints::TableHints(const std::string& virtual_users, const std::string& aliases)
     : entries_text_(conf::ReadWholeFile(aliases).bytes) {
-  TextTable table = TextTable::Of(conf::ReadWholeFile(virtual_users).bytes, Format::kPostmap);
-  idle_ = IdleLinesOf(table);
+  conf::FileContents contents = conf::ReadWholeFile(virtual_users);
+  TextTable table = TextTable::Of(std::move(contents.bytes), Format::kPostmap);
+  idle_ = {contents.stamp, IdleOffsets(table)};
   text_ = std::move(table).TakeText();
   ReadVirtualUsers();
   ForEachTableLine(entries_text_, [this](std::string_view key, const auto&) {
@@ -82,7 +92,7 @@ TableHints::TableHints(const std::string& virtual_users, const std::string& alia
 void TableHints::ReadVirtualUsers() {
   ForEachTableLine(text_, [this](std::string_view key, const auto& targets) {
     ++lines_;
-    if (idle_.contains(OffsetOf(key))) return;
+    if (IsIdle(key)) return;
     if (Discards(targets)) discarding_.insert(WithPlainDomain(key));
     for (const std::string_view target : targets) {
       if (target == key || target.find('@') == std::string_view::npos) continue;
@@ -92,20 +102,20 @@ void TableHints::ReadVirtualUsers() {
   });
 }
 
-std::unordered_set<std::size_t> TableHints::LinesOfNoMailbox(
+conf::FoundLines TableHints::LinesOfNoMailbox(
     const std::unordered_set<std::string>& domains) const {
-  std::unordered_set<std::size_t> offsets = idle_;
-  if (ways_.empty()) return offsets;
+  conf::FoundLines lines = idle_;
+  if (ways_.empty()) return lines;
   const std::unordered_set<std::string_view> led_to(led_to_.begin(), led_to_.end());
   const std::unordered_set<std::string_view> mailboxes = MailboxesLedTo(led_to);
   for (const Way& way : ways_) {
-    const std::string_view domain = DomainOf(way.key);
-    const bool is_alias = !domain.empty() && domain == DomainOf(way.target) &&
+    const std::string_view domain = DomainOfPlain(way.key);
+    const bool is_alias = !domain.empty() && domain == DomainOfPlain(way.target) &&
                           mailboxes.contains(way.target) && !led_to.contains(way.key) &&
                           domains.contains(std::string(domain));
-    if (is_alias) offsets.insert(OffsetOf(way.key));
+    if (is_alias) lines.offsets.insert(OffsetOf(way.key));
   }
-  return offsets;
+  return lines;
 }
 
 /// Those of `led_to` whose own line leads to themselves, or to no address.
@@ -116,10 +126,10 @@ std::unordered_set<std::string_view> TableHints::MailboxesLedTo(
   std::unordered_set<std::string_view> mailboxes;
   ForEachTableLine(text_, [&](std::string_view key, const auto& targets) {
     if (targets.empty() || !probable.MayHave(ProbableSet::Hash(key))) return;
-    if (!led_to.contains(key) || idle_.contains(OffsetOf(key))) return;
+    if (!led_to.contains(key) || IsIdle(key)) return;
     const bool is_end =
         targets.front() == key || targets.front().find('@') == std::string_view::npos;
-    if (is_end && IsBeforeBlank(text_, key)) mailboxes.insert(key);
+    if (is_end && BeginsLine(text_, key)) mailboxes.insert(key);
   });
   return mailboxes;
 }

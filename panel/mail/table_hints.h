@@ -16,11 +16,13 @@
 #include <unordered_set>
 #include <vector>
 
+#include "panel/conf/passed_over.h"
+
 namespace panel::mail {
 
-/// Where the lines of a table stand that mean nothing to Postfix, or not what they seem to: an
-/// earlier line has the key, or Postfix cannot read them.
-std::unordered_set<std::size_t> IdleLines(const std::string& path);
+/// The lines of a table that mean nothing to Postfix, or not what they seem to: an earlier line has
+/// the key, or Postfix cannot read them.
+conf::FoundLines IdleLines(const std::string& path);
 
 class TableHints {
  public:
@@ -34,13 +36,13 @@ class TableHints {
   std::size_t lines() const noexcept { return lines_; }
 
   /// IdleLines of the virtual user table, of which nothing else here knows.
-  const std::unordered_set<std::size_t>& idle_lines() const noexcept { return idle_; }
+  const conf::FoundLines& idle_lines() const noexcept { return idle_; }
 
-  /// The idle lines, and those that are aliases for certain: lines that lead to one mailbox of
-  /// their domain alone, whose own line leads nowhere else in turn, and to which no line leads.
-  /// `domains` are the panel's, whose mailboxes they are.
-  std::unordered_set<std::size_t> LinesOfNoMailbox(
-      const std::unordered_set<std::string>& domains) const;
+  /// The idle lines, and those of aliases that need no settling: each leads to one mailbox of its
+  /// domain alone, whose own line leads nowhere else in turn, and no line leads to it. Both
+  /// addresses are in plain characters, which nobody reads in another way. `domains` are the
+  /// panel's, whose mailboxes they are.
+  conf::FoundLines LinesOfNoMailbox(const std::unordered_set<std::string>& domains) const;
 
   /// The addresses that are targets of other lines, some of them repeatedly.
   const std::vector<std::string_view>& led_to() const noexcept { return led_to_; }
@@ -55,7 +57,7 @@ class TableHints {
   const std::unordered_set<std::string>& discarding() const noexcept { return discarding_; }
 
  private:
-  /// A line that is a key and one other address.
+  /// A line that is a key and one other target with an "@", and nothing else.
   struct Way {
     std::string_view key;
     std::string_view target;
@@ -63,11 +65,12 @@ class TableHints {
 
   void ReadVirtualUsers();
   std::size_t OffsetOf(std::string_view key) const;
+  bool IsIdle(std::string_view key) const { return idle_.offsets.contains(OffsetOf(key)); }
   std::unordered_set<std::string_view> MailboxesLedTo(
       const std::unordered_set<std::string_view>& led_to) const;
 
   std::string text_;
-  std::unordered_set<std::size_t> idle_;
+  conf::FoundLines idle_;
   std::string entries_text_;
   std::size_t lines_ = 0;
   std::vector<std::string_view> led_to_;          ///< pieces of the text

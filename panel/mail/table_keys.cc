@@ -27,7 +27,8 @@ bool IsLowerCase(std::string_view text) {
   unsigned char has_capital = 0;
   for (const char character : text) {
     const auto letter = static_cast<unsigned char>(character - 'A');
-    has_capital = static_cast<unsigned char>(has_capital | (letter <= 'Z' - 'A'));
+    has_capital =
+        static_cast<unsigned char>(has_capital | static_cast<unsigned char>(letter <= 'Z' - 'A'));
   }
   return has_capital == 0;
 }

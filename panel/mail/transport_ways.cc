@@ -80,6 +80,7 @@ std::set<std::string> LedElsewhere(const std::vector<std::string>& addresses, Lo
     for (std::string& key : keys_of(address)) keys.insert(std::move(key));
   }
   std::vector<Answers> answers;
+  answers.reserve(maps.size());
   for (const std::string& map : maps) {
     answers.push_back(lookups.Ask(
         kMaps, map,

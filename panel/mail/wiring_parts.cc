@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kUnfit = " ,;$#{}\"'\\";
 
 std::string FitPath(const std::string& name) {
-  const std::string path = fen_cf::GetPath(name);
+  std::string path = fen_cf::GetPath(name);
   const bool is_fit = path.starts_with('/') && path.find_first_of(kUnfit) == std::string::npos &&
                       !HasControlCharacters(path);
   if (is_fit) return path;

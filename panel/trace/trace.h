@@ -70,8 +70,8 @@ struct Trace {
   std::vector<std::string> notes;  ///< what else should be known
 };
 
-/// The way of a message to `address`, whose domain may be in Unicode. The panel must be open, or
-/// looked at, and its modules set up.
-Trace TraceAddress(const std::string& address);
+/// The way of a message to the address `text`, whose domain may be in Unicode. The panel must be
+/// open, or looked at, and its modules set up.
+Trace TraceAddress(const std::string& text);
 
 }  // namespace panel::trace

@@ -98,7 +98,7 @@ void VirtualAddresses::Follow(Expansion& expansion, std::vector<std::size_t>& re
 /// An address whose line names itself is not looked up again.
 void VirtualAddresses::Replace(Expansion& expansion, std::vector<std::size_t>& recipients,
                                std::size_t place, const std::vector<std::string>& targets,
-                               std::set<std::string>& ended) {
+                               std::set<std::string>& ended) const {
   const std::size_t source = recipients[place];
   const std::string address = mail::LowerCase(expansion.nodes[source].address);
   for (std::size_t index = 0; index < targets.size(); ++index) {

@@ -44,7 +44,7 @@ class VirtualAddresses {
   /// All of them must outlive it.
   VirtualAddresses(TracedTable& table, LocalNames& names, const Settings& settings);
 
-  VirtualLine LookUp(const std::string& address);
+  VirtualLine LookUp(const std::string& text);
 
   Expansion Expand(const std::string& address);
 
@@ -53,7 +53,7 @@ class VirtualAddresses {
   void Follow(Expansion& expansion, std::vector<std::size_t>& recipients, std::size_t place,
               std::set<std::string>& ended);
   void Replace(Expansion& expansion, std::vector<std::size_t>& recipients, std::size_t place,
-               const std::vector<std::string>& targets, std::set<std::string>& ended);
+               const std::vector<std::string>& targets, std::set<std::string>& ended) const;
 
   TracedTable& table_;
   LocalNames& names_;

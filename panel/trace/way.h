@@ -35,8 +35,8 @@ class Way {
   Way(const Way&) = delete;
   Way& operator=(const Way&) = delete;
 
-  /// Follows a message from outside to `address`.
-  void Receive(const std::string& address);
+  /// Follows a message from outside to the address `text`.
+  void Receive(const std::string& text);
 
   const Settings& settings() const noexcept { return settings_; }
   const std::vector<Event>& events() const noexcept { return events_; }
@@ -81,11 +81,11 @@ class Way {
   bool IsLocalRecipient(const MailAddress& address);
 
   void Rewrite(std::size_t depth, const std::string& address);
-  void TellNode(std::size_t depth, const Expansion& expansion, std::size_t node,
+  void TellNode(std::size_t depth, const Expansion& expansion, std::size_t index,
                 std::set<std::string>& told);
-  void Route(std::size_t depth, const std::string& address);
+  void Route(std::size_t depth, const std::string& text);
 
-  void DeliverLocally(std::size_t depth, const std::string& address, const Source& source);
+  void DeliverLocally(std::size_t depth, const std::string& text, const Source& source);
   bool DeliverToAlias(std::size_t depth, const std::string& address, const std::string& name,
                       const std::string& extension, const Source& source);
   void DeliverToValues(std::size_t depth, const std::string& address, const std::string& values,

@@ -292,6 +292,19 @@ TEST_F(KnownMap, IsOfTheTextThatStandsThereInTheEndOfABuild) {
   ExpectWayOf(With("info@a.example\tboss"), "build build");
 }
 
+TEST_F(KnownMap, IsOfATextThatWasThereWhenThatChangesWithoutEnd) {
+  place_.SetScript("echo \"$$@b.example x\" >>" + place_.text_path().string() + "\n");
+
+  const CommandRun run = place_.RunOn(With("new@b.example\tboss"));
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.errors, HasSubstr("changes all the time; the map is of what it just was"));
+  EXPECT_THAT(place_.Entries(), HasSubstr("new@b.example\tboss"));
+  place_.SetScript("");
+  EXPECT_EQ(place_.Run().status, 0);
+  EXPECT_EQ(place_.Entries(), place_.EntriesOfRebuilt());
+}
+
 TEST_F(KnownMap, KeepsOwnerAndModeWhenItIsBuilt) {
   test_support::SetMode(place_.map_path(), 0640);
   ASSERT_EQ(chown(place_.map_path().c_str(), 0, 8), 0);

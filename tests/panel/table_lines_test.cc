@@ -2,6 +2,8 @@
 ///   table_lines_test - changing single values of a file and nothing else
 
 #include <string>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -49,6 +51,11 @@ class TableLines : public testing::Test {
     auto pair = Open<Pair>();
     for (pair->First(); !pair->Eof(); pair->Next()) keys.push_back(pair->key.Str());
     return keys;
+  }
+
+  /// Lines at these offsets of the file as it is.
+  panel::conf::FoundLines Found(std::unordered_set<std::size_t> offsets) const {
+    return {panel::conf::StampOf(path), std::move(offsets)};
   }
 
   test_support::TestPanel panel;
@@ -617,7 +624,7 @@ TEST_F(TableLines, AMissingFileThatIsNotToBeCreatedIsAnError) {
 TEST_F(TableLines, ThatArePassedOverAreNotWalkedOverButFound) {
   Write("a = 1\nb = 2\na = 3\nc = 4\n");
   {
-    const panel::conf::PassedOver passed_over(path, {0, 12});
+    const panel::conf::PassedOver passed_over(path, Found({0, 12}));
     EXPECT_EQ(Keys(), Strings({"b", "c"}));
     EXPECT_TRUE(Open<Pair>()->Find("a"));
   }
@@ -626,20 +633,29 @@ TEST_F(TableLines, ThatArePassedOverAreNotWalkedOverButFound) {
 
 TEST_F(TableLines, OfAnotherFileAreNotPassedOver) {
   Write("a = 1\n");
-  const panel::conf::PassedOver passed_over(path + ".other", {0});
+  const panel::conf::PassedOver passed_over(path + ".other", Found({0}));
   EXPECT_EQ(Keys(), Strings({"a"}));
 }
 
 TEST_F(TableLines, ThatWereAddedMeanwhileAreNotPassedOver) {
   Write("a = 1\n");
-  const panel::conf::PassedOver passed_over(path, {0});
+  const panel::conf::PassedOver passed_over(path, Found({0}));
   Add("b", "2");
   EXPECT_EQ(Keys(), Strings({"b"}));
 }
 
+TEST_F(TableLines, AreNotWalkedOverWhenTheFileHasChangedSinceThoseToPassOverWereFound) {
+  Write("a = 1\nb = 2\n");
+  const panel::conf::FoundLines lines = Found({0});
+  Write("c = 3\na = 1\nb = 2\n");
+  const panel::conf::PassedOver passed_over(path, lines);
+
+  EXPECT_EQ(ErrorOf([&] { Keys(); }), "changed: " + path + ": ");
+}
+
 TEST_F(TableLines, ArePassedOverByOneListAtATime) {
-  const panel::conf::PassedOver passed_over(path, {0});
-  EXPECT_EQ(ErrorOf([&] { const panel::conf::PassedOver other(path, {0}); }),
+  const panel::conf::PassedOver passed_over(path, Found({0}));
+  EXPECT_EQ(ErrorOf([&] { const panel::conf::PassedOver other(path, Found({0})); }),
             "operation: walk: lines are passed over already");
 }
 

@@ -317,7 +317,9 @@ TEST(SyncAliases, OfASuspendedMailboxStayItsAliases) {
 /// Lines of addresses in random order, some twice, each with random targets: of
 /// these that are there and others, alone and several.
 std::string RandomLines(unsigned seed, const std::string& separator) {
-  const std::vector<std::string> others = {"user", "postfix_err_nouser", "devnull", "x@c.example"};
+  const std::vector<std::string> others = {"user",        "postfix_err_nouser", "devnull",
+                                           "x@c.example", "@a.example",         "\vm1@a.example"};
+  const std::vector<std::string> begins = {",", "\v", "\f", "#", " ", "\"", "@b.example x\n"};
   std::mt19937 random(seed);
   const auto one_of = [&random](const auto& texts) { return texts[random() % texts.size()]; };
   const auto address = [&] {
@@ -330,6 +332,7 @@ std::string RandomLines(unsigned seed, const std::string& separator) {
     std::string targets = random() % 3 == 0 ? key : address();
     if (random() % 5 == 0) targets = one_of(others);
     if (random() % 8 == 0) targets += (random() % 2 == 0 ? "," : " ") + address();
+    if (random() % 10 == 0) lines += one_of(begins);
     lines += key + separator + targets + "\n";
   }
   return lines;

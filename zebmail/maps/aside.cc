@@ -112,7 +112,7 @@ void Aside::Clear() const {
 std::string Aside::FindObstacle(const fs::path& path, const std::string& suffix) {
   const fs::path map = path.string() + suffix;
   const fs::path folder = FolderBeside(path);
-  const std::string fault = panel::FindFaultInTrust(path.parent_path());
+  std::string fault = panel::FindFaultInTrust(path.parent_path());
   if (!fault.empty()) return fault;
   if (folder.filename().string().size() > NAME_MAX) return "the name of the table is too long";
   struct stat status {};

@@ -21,16 +21,12 @@ StillText ReadStill(const std::filesystem::path& path) {
     text.bytes = ReadAll(file.get(), path);
     if (IsStill(text, path)) return text;
   }
-  FailOnUnrest(path);
+  throw FileError(path.string() + " changes all the time; run this again when it does not");
 }
 
 bool IsStill(const StillText& text, const std::filesystem::path& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && IdentityOf(status) == IdentityOf(text.status);
-}
-
-void FailOnUnrest(const std::filesystem::path& path) {
-  throw FileError(path.string() + " changes all the time; run this again when it does not");
 }
 
 }  // namespace zebmail::maps

@@ -27,7 +27,4 @@ StillText ReadStill(const std::filesystem::path& path);
 /// Whether what lies at `path` is what was read.
 bool IsStill(const StillText& text, const std::filesystem::path& path);
 
-/// Gives up on a text that never stays as it is.
-[[noreturn]] void FailOnUnrest(const std::filesystem::path& path);
-
 }  // namespace zebmail::maps

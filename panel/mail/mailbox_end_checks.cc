@@ -62,6 +62,8 @@ Findings CheckMailboxEnds(const Wiring&) {
   Findings without_end;
   Findings sharing;
   for (const auto& [name, addresses] : MailboxesByName(lookups)) {
+    const bool may_share = addresses.size() > 1 && !ends.HasCommand();
+    if (ends.TakesAnyName() && !may_share) continue;  // to ask for each user takes its time
     if (!IsUnixUser(name)) {
       if (ends.TakesAnyName()) continue;
       for (const std::string& address : addresses) {
@@ -72,7 +74,7 @@ Findings CheckMailboxEnds(const Wiring&) {
                                Mend(ends) + ", or add the Unix user " + name,
                                {}});
       }
-    } else if (addresses.size() > 1 && !ends.HasCommand()) {
+    } else if (may_share) {
       sharing.push_back({"wiring",
                          Listing(addresses),
                          "have one Unix user, " + name,

@@ -5,11 +5,9 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 #include "host/fen_cf.h"
-#include "host/fen_err.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/map_tool.h"
 #include "panel/mail/maps.h"
@@ -41,13 +39,7 @@ std::string Mend(const Map& map, const std::string& type) {
 
 }  // namespace
 
-Findings CheckMapBuilding() {
-  std::string type;
-  try {
-    type = MapType();
-  } catch (const fen_err::Error&) {
-    return {};  // it is a finding of the maps themselves
-  }
+Findings CheckMapBuilding(const std::string& type) {
   if (!IsLockedWhenBuilt(type)) return {};
   Findings findings;
   for (const Map& map : Maps()) {

@@ -7,10 +7,13 @@
 
 #pragma once
 
+#include <string>
+
 #include "panel/mail/checks.h"
 
 namespace panel::mail {
 
-Findings CheckMapBuilding();
+/// For the maps of the panel in use, which are of the type `type`.
+Findings CheckMapBuilding(const std::string& type);
 
 }  // namespace panel::mail

@@ -81,7 +81,6 @@ Aside::Aside(const fs::path& path, const std::string& suffix)
   do {
     Take();
   } while (!IsSame(lock_, folder_));
-  Clear();
 }
 
 Aside::~Aside() {

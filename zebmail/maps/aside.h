@@ -33,11 +33,11 @@ namespace zebmail::maps {
 
 class Aside {
  public:
-  /// Takes the folder beside the text at `path`, which has no obstacle, and removes what a run that
-  /// was killed has left in it. What somebody else has put there is left alone.
+  /// Takes the folder beside the text at `path`, which has no obstacle. What somebody else has put
+  /// there is left alone.
   Aside(const std::filesystem::path& path, const std::string& suffix);
 
-  /// Removes the folder.
+  /// Removes the folder, with what a run that was killed may have left in it.
   ~Aside();
 
   Aside(const Aside&) = delete;

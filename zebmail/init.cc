@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/fen_cf.h"
+#include "panel/mail/made_list.h"
 #include "panel/mail/maps.h"
 #include "zebmail/invocation.h"
 #include "zebmail/new_panel.h"
@@ -86,6 +87,7 @@ Status Init(const Invocation& invocation, const InitOptions& options) {
   }
   std::vector<fs::path> made = MakePanel(plan);
   for (fs::path& map : CompletePanel(invocation, plan.config)) made.push_back(std::move(map));
+  panel::mail::ListMade(made);
   PrintMade(invocation, options, plan, made);
   return kDone;
 }

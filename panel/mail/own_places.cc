@@ -50,7 +50,7 @@ void RequireOwn(const std::string& type, const fs::path& path, bool is_folder) {
 
 void RequireOwnState(const fs::path& state_dir) {
   RequireOwnFolder("file", state_dir);
-  for (const char* const name : {"lock", "zebfen.log", "saving", "steps"}) {
+  for (const char* const name : {"lock", "zebfen.log", "saving", "steps", "made"}) {
     RequireOwn("file", state_dir / name, false);
   }
   for (const char* const name : {"main.cf", "pending", "responder"}) {

@@ -16,6 +16,7 @@
 
 #include "host/fen_err.h"
 #include "host/fen_proc.h"
+#include "panel/mail/made_list.h"
 #include "panel/mail/panel.h"
 #include "panel/mail/postfix_command.h"
 #include "panel/process/file_handle.h"
@@ -165,11 +166,15 @@ WiringResult Apply(const WiringChange& change) {
   std::optional<fen_err::Error> failure;
   if (change.writes_client_rule) {
     result.copy_of_client_rule = WriteClientRule(change.client_rule, undoing);
+    ListMade(
+        {result.copy_of_client_rule.empty() ? change.client_rule : result.copy_of_client_rule});
   }
   for (const Map& map : change.maps) Build(map);
   if (!change.assignments.empty()) {
     const MainCfEdit edit = EditMainCf(change.main_cf, change.assignments);
     result.copy = KeepCopy(edit.file, edit.before.bytes, undoing);
+    ListMade({result.copy});
+    ListSettings(edit.file.parent_path(), change.assignments);
     failure = SaveOrFail(edit);
   }
   undoing.Forget();

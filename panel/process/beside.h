@@ -8,7 +8,8 @@
 
 namespace panel {
 
-/// The file or folder `name` in the folder of the running program; empty when there is none.
+/// The file or folder `name` in the folder of the running program, or in the folder of an
+/// installation that goes with it; empty when there is none.
 std::filesystem::path FindBeside(const std::string& name);
 
 }  // namespace panel

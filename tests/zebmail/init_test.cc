@@ -48,13 +48,38 @@ TEST(Init, MakesSelfContainedPanel) {
                 "made " + panel + "/zebmail.toml\n" + "made " + panel + "/mail/virtusertable.db\n" +
                 "made " + panel + "/mail/access.db\n" + "next: zebmail --config " + panel +
                 "/zebmail.toml domain create NAME\n");
-  EXPECT_THAT(NamesIn(panel),
-              ElementsAre("mail/", "mail/access", "mail/access.db", "mail/aliases",
-                          "mail/aliases.db", "mail/domainips", "mail/local-host-names",
-                          "mail/virtusertable", "mail/virtusertable.db", "panel.db", "state/",
-                          "state/lock", "state/pending/", "state/zebfen.log", "zebmail.toml"));
+  EXPECT_THAT(
+      NamesIn(panel),
+      ElementsAre("mail/", "mail/access", "mail/access.db", "mail/aliases", "mail/aliases.db",
+                  "mail/domainips", "mail/local-host-names", "mail/virtusertable",
+                  "mail/virtusertable.db", "panel.db", "state/", "state/lock", "state/made",
+                  "state/pending/", "state/zebfen.log", "zebmail.toml"));
   EXPECT_EQ(place.folder().ReadText("panel/mail/aliases"),
             "postfix_err_nouser:\t\"| exit 67\"\ndevnull:\t\"/dev/null\"\n");
+}
+
+TEST(Init, ListsWhatItMakesForWhoTakesItAway) {
+  const PostfixFolder place;
+  place.folder().WriteText("panel/mail/virtusertable", "@example.org\tjoe@example.net\n");
+
+  Zebmail(place.InitWords());
+
+  const std::string panel = place.Path("panel");
+  EXPECT_EQ(place.folder().ReadText("panel/state/made"),
+            "folder\t" + panel + "/state\n" + "file\t" + panel + "/panel.db\n" + "file\t" + panel +
+                "/mail/local-host-names\n" + "file\t" + panel + "/mail/access\n" + "file\t" +
+                panel + "/mail/aliases\n" + "file\t" + panel + "/mail/domainips\n" + "file\t" +
+                panel + "/zebmail.toml\n" + "file\t" + panel + "/mail/virtusertable.db\n" +
+                "file\t" + panel + "/mail/access.db\n");
+}
+
+TEST(Init, ListsNothingWhereItMakesNothing) {
+  const OwnPanel panel;
+  const std::string before = panel.folder().ReadText("panel/state/made");
+
+  Zebmail(panel.InitWords());
+
+  EXPECT_EQ(panel.folder().ReadText("panel/state/made"), before);
 }
 
 TEST(Init, WritesConfiguration) {

@@ -98,6 +98,47 @@ bool CanBeOpened(const OwnPanel& panel, const std::string& map) {
   return run.errors.find("fatal: ") == std::string::npos;
 }
 
+/// What a list says that was behind `before` written to it.
+std::string ListedBehind(const std::string& before, const OwnPanel& panel) {
+  const std::string list = panel.folder().ReadText("panel/state/made");
+  EXPECT_THAT(list, StartsWith(before));
+  return list.substr(before.size());
+}
+
+TEST(PostfixConfig, ListsWhatItSetsAndWhatThatWasBefore) {
+  const UnwiredPanel panel;
+  panel.SetMainCf(panel.Bare() + "virtual_alias_maps = static:all\n");
+  const std::string before = panel.folder().ReadText("panel/state/made");
+
+  panel.Apply();
+
+  const auto unset = [](const std::string& name, const std::string& value) {
+    return "set\t" + name + "\t" + value + "\nunset\t" + name + "\n";
+  };
+  EXPECT_EQ(ListedBehind(before, panel),
+            "file\t" + panel.Rule() + "\nfile\t" + panel.main_cf() + ".zebmail-1\nmain.cf\t" +
+                panel.Path("config") + "\n" +
+                unset("mydestination",
+                      "$myhostname, localhost.$mydomain, localhost, " + panel.LocalNames()) +
+                "set\tvirtual_alias_maps\tstatic:all, " + panel.Virtual() +
+                "\nwas\tvirtual_alias_maps\tstatic:all\n" + "set\talias_maps\t" + panel.Aliases() +
+                "\nwas\talias_maps\t\n" +
+                unset("sender_dependent_default_transport_maps", panel.Transports()) +
+                unset("smtpd_recipient_restrictions", panel.Recipients()) +
+                unset("smtpd_sender_restrictions", panel.Senders()) +
+                unset("smtpd_client_restrictions", panel.Clients()));
+}
+
+TEST(PostfixConfig, ListsNothingWhenItIsRefused) {
+  const UnwiredPanel panel;
+  panel.SetMainCf(panel.Bare() + "smtpd_relay_restrictions =\n");
+  const std::string before = panel.folder().ReadText("panel/state/made");
+
+  EXPECT_EQ(panel.Run({"postfix-config", "--apply"}).status, 1);
+
+  EXPECT_EQ(ListedBehind(before, panel), "");
+}
+
 TEST(PostfixConfig, PrintsTheSettingsThatMainCfLacks) {
   const UnwiredPanel panel;
   panel.SetMainCf(panel.Bare() + "mailbox_command = /usr/bin/deliver\n");

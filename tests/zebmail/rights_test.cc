@@ -115,6 +115,7 @@ TEST_P(Umask, OpensAndClosesNothing) {
             "panel.db 640\n"
             "state 711\n"
             "state/lock 600\n"
+            "state/made 600\n"
             "state/maps 700\n"
             "state/maps/KEY.record 600\n"
             "state/maps/KEY.text 600\n"

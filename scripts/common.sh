@@ -15,6 +15,10 @@ readonly packages=(
 # shellcheck disable=SC2034
 readonly fuzz_packages=(clang libclang-rt-14-dev)
 
+# What it takes to build the Debian packages besides.
+# shellcheck disable=SC2034
+readonly packaging_packages=(debhelper dpkg-dev)
+
 # The heading of a step.
 step() {
   printf '\n== %s\n' "$*"

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/email.h"
+#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "panel/conf/narrowed_walk.h"
 #include "panel/conf/passed_over.h"
@@ -163,11 +164,20 @@ void RequireNoMassDelete(const std::vector<SyncResult>& results) {
   }
 }
 
+/// A back-end may keep no tables of this kind.
+std::string RequireTable(const std::string& name) {
+  std::string path = TablePath(name);
+  if (!path.empty()) return path;
+  throw fen_err::Error(
+      "path", fen_cf::GetParam("MTA") + "-" + name,
+      "is neither in [path] nor set by a plug-in, so that there is no table to read");
+}
+
 }  // namespace
 
 std::vector<SyncResult> Synchronise(const SyncOptions& options) {
-  const std::string virtual_users = TablePath("virtusertable");
-  const std::string aliases = TablePath("aliases");
+  const std::string virtual_users = RequireTable("virtusertable");
+  const std::string aliases = RequireTable("aliases");
   if (IsChangedBesides() || options.for_comparison) ForgetStamp(virtual_users);
   const bool is_changed = IsChanged(virtual_users);
   const SyncDifferences differences(WhatMayDiffer(is_changed, options));

@@ -24,6 +24,9 @@ struct Kind {
   std::string many;  ///< "aliases"
   std::string option;
   std::string meaning;
+  Choice choice;            ///< among those that a mailbox has
+  std::string explanation;  ///< of what it is to add one
+  std::string example;
   void (MailModule::*add)(const std::string& mailbox, const Names& names);
   void (MailModule::*remove)(const std::string& mailbox, const Names& names);
   Names Mailbox::*names;
@@ -35,8 +38,10 @@ struct Arguments {
   Names names;
 };
 
-CLI::App& About(CLI::App& command, Arguments& arguments) {
-  command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address")->required();
+CLI::App& About(CLI::App& command, Invocation& invocation, Arguments& arguments) {
+  Takes(invocation, command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address"),
+        {"MAILBOX", Choice::kMailbox})
+      ->required();
   return command;
 }
 
@@ -44,7 +49,8 @@ void AddNameGroup(CLI::App& app, Invocation& invocation, const Kind& kind) {
   CLI::App& group = AddGroup(app, kind.one, kind.many + " of mailboxes: " + kind.meaning);
   const auto given = std::make_shared<Arguments>();  // of the one command that is chosen
   const auto show = [given](const MailModule& mail) { return mail.ShowMailbox(given->mailbox); };
-  const auto add_change = [&](const std::string& name, const std::string& done, auto operation) {
+  const auto add_change = [&](const std::string& name, const std::string& done, Choice choice,
+                              auto operation) -> CLI::App& {
     CLI::App& command = AddCommand(
         group, invocation, name, name + " " + kind.many,
         [&invocation, given, show, done, operation] {
@@ -52,30 +58,47 @@ void AddNameGroup(CLI::App& app, Invocation& invocation, const Kind& kind) {
               invocation, done + " " + Joined(given->names),
               [&](MailModule& mail) { (mail.*operation)(given->mailbox, given->names); }, show);
         });
-    AddWords(About(command, *given), invocation, kind.option, kind.meaning, given->names);
+    Takes(invocation,
+          AddWords(About(command, invocation, *given), invocation, kind.option, kind.meaning,
+                   given->names),
+          {kind.option, choice});
+    return command;
   };
 
-  add_change("add", kind.many + " added:", kind.add);
-  add_change("remove", kind.many + " removed:", kind.remove);
-  About(AddCommand(group, invocation, "list", "list the " + kind.many + " of a mailbox",
-                   [&invocation, show, names = kind.names] {
-                     const panel::mail::Panel panel = OpenPanelToLook(invocation);
-                     const Names shown = show(MailModule()).*names;
-                     Print(invocation, Json(shown), ToLines(shown));
-                     return kDone;
-                   }),
-        *given);
+  Explain(add_change("add", kind.many + " added:", Choice::kAnything, kind.add), invocation,
+          kind.explanation, {"zebmail " + kind.one + " add info@example.org " + kind.example});
+  Explain(add_change("remove", kind.many + " removed:", kind.choice, kind.remove), invocation,
+          "All of them go, or none when the mailbox does not have one of them.",
+          {"zebmail " + kind.one + " remove info@example.org " + kind.example});
+  CLI::App& list = AddCommand(group, invocation, "list", "list the " + kind.many + " of a mailbox",
+                              [&invocation, show, names = kind.names] {
+                                const panel::mail::Panel panel = OpenPanelToLook(invocation);
+                                const Names shown = show(MailModule()).*names;
+                                Print(invocation, Json(shown), ToLines(shown));
+                                return kDone;
+                              });
+  Explain(About(list, invocation, *given), invocation,
+          "Prints one a line, or with --json an array.");
 }
 
 }  // namespace
 
 void AddAliasAndForward(CLI::App& app, Invocation& invocation) {
-  AddNameGroup(app, invocation,
-               {"alias", "aliases", "NAME", "further local parts in the mailbox's own domain",
-                &MailModule::AddAliases, &MailModule::RemoveAliases, &Mailbox::aliases});
-  AddNameGroup(app, invocation,
-               {"forward", "forwards", "ADDR", "addresses that get a copy of its mail",
-                &MailModule::AddForwards, &MailModule::RemoveForwards, &Mailbox::forwards});
+  AddNameGroup(
+      app, invocation,
+      {"alias", "aliases", "NAME", "further local parts in the mailbox's own domain",
+       Choice::kAlias,
+       "Mail for the new names in the mailbox's domain goes to the mailbox. A name in a "
+       "domain is one mailbox or one alias.",
+       "sales office", &MailModule::AddAliases, &MailModule::RemoveAliases, &Mailbox::aliases});
+  AddNameGroup(
+      app, invocation,
+      {"forward", "forwards", "ADDR", "addresses that get a copy of its mail", Choice::kForward,
+       "Each message to the mailbox is sent to these addresses as well. With --drop-mail "
+       "of mailbox update it is sent on and not kept. What is forwarded to an address of "
+       "this server goes into the mailbox of that name, past its forwards and responder.",
+       "boss@example.net", &MailModule::AddForwards, &MailModule::RemoveForwards,
+       &Mailbox::forwards});
 }
 
 }  // namespace zebmail

@@ -210,6 +210,11 @@ void AddCheck(CLI::App& app, Invocation& invocation) {
   CLI::App* command = app.add_subcommand("check", "find out what is wrong, and mend it");
   const auto fix = std::make_shared<bool>(false);
   command->add_flag("--fix", *fix, "mend what can be mended");
+  Explain(*command, invocation,
+          "Looks at the configuration, main.cf and master.cf, the tables and their maps, the "
+          "database and outstanding work, and prints a line for each thing that is wrong: what, "
+          "why it matters, and what mends it. The exit status is 1 when anything is wrong still.",
+          {"zebmail check", "zebmail check --fix"});
   command->callback([&invocation, fix] {
     invocation.action = [&invocation, fix] { return Check(invocation, *fix); };
   });

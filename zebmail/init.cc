@@ -93,8 +93,8 @@ Status Init(const Invocation& invocation, const InitOptions& options) {
 }
 
 /// Takes "NAME=VALUE" apart.
-void AddNamed(CLI::App& command, const std::string& option, const std::string& help,
-              std::map<std::string, std::string>& values) {
+CLI::Option* AddNamed(CLI::App& command, const std::string& option, const std::string& help,
+                      std::map<std::string, std::string>& values) {
   const auto take = [option, &values](const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
@@ -102,7 +102,7 @@ void AddNamed(CLI::App& command, const std::string& option, const std::string& h
     }
     values[text.substr(0, equals)] = text.substr(equals + 1);
   };
-  command
+  return command
       .add_option_function<std::vector<std::string>>(
           option,
           [take](const std::vector<std::string>& texts) {
@@ -117,12 +117,31 @@ void AddNamed(CLI::App& command, const std::string& option, const std::string& h
 void AddInit(CLI::App& app, Invocation& invocation) {
   CLI::App* command = app.add_subcommand("init", "make a panel, or complete one");
   const auto options = std::make_shared<InitOptions>();
-  command->add_option("--root", options->root,
-                      "the folder of a self-contained panel; without it the system's own folders");
-  command->add_option("--postfix-config", options->postfix_config,
-                      "the folder of the Postfix configuration, if it is not the system's own");
-  AddNamed(*command, "--path", "NAME=VALUE, a value for [path]", options->paths);
-  AddNamed(*command, "--param", "NAME=VALUE, a value for [param]", options->params);
+  Takes(invocation,
+        command->add_option(
+            "--root", options->root,
+            "the folder of a self-contained panel; without it the system's own folders"),
+        {"DIR", Choice::kFolder});
+  Takes(
+      invocation,
+      command->add_option("--postfix-config", options->postfix_config,
+                          "the folder of the Postfix configuration, if it is not the system's own"),
+      {"DIR", Choice::kFolder});
+  Takes(invocation,
+        AddNamed(*command, "--path", "a value for the section [path] of the configuration",
+                 options->paths),
+        {"NAME=VALUE", Choice::kPathName});
+  Takes(invocation,
+        AddNamed(*command, "--param", "a value for the section [param] of the configuration",
+                 options->params),
+        {"NAME=VALUE", Choice::kParameter});
+  Explain(*command, invocation,
+          "Makes the configuration, the database and empty tables, and builds their maps. What is "
+          "there already stays as it is, and what is missing of it is made. Postfix is not "
+          "touched: see postfix-config.\n\nWithout --root the panel uses /etc/zebmail, "
+          "/var/lib/zebmail and /etc/mail; with it everything lies below DIR, the configuration "
+          "as DIR/zebmail.toml.",
+          {"zebmail init", "zebmail init --root /srv/mailpanel --postfix-config /etc/postfix"});
   command->callback([&app, &invocation, options] {
     if (app.count("--config") != 0) {
       throw CLI::ValidationError("--config", "init makes DIR/zebmail.toml; say where with --root");

@@ -31,14 +31,24 @@ std::string WholeNumber(const std::string& text) {
 }
 
 /// The parser takes a word in brackets for a list of words and hands on its parts.
-void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
-              const std::string& help, std::vector<std::string>& words) {
+CLI::Option* AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
+                      const std::string& help, std::vector<std::string>& words) {
   const auto require_whole = [&invocation](const std::string& word) -> std::string {
     const auto& given = invocation.words;
     const bool is_whole = std::find(given.begin(), given.end(), word) != given.end();
     return is_whole ? "" : "\"" + word + "\" was given as a part of a word in brackets";
   };
-  command.add_option(name, words, help)->required()->check(require_whole);
+  return command.add_option(name, words, help)->required()->check(require_whole);
+}
+
+void Explain(const CLI::App& command, Invocation& invocation, const std::string& text,
+             const std::vector<std::string>& examples) {
+  invocation.tree.explanations[&command] = {text, examples};
+}
+
+CLI::Option* Takes(Invocation& invocation, CLI::Option* option, const Value& value) {
+  invocation.tree.values[option] = value;
+  return option;
 }
 
 }  // namespace zebmail

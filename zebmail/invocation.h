@@ -15,6 +15,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "zebmail/command_tree.h"
+
 namespace zebmail {
 
 /// What zebmail exits with.
@@ -28,6 +30,8 @@ struct Invocation {
   bool quiet = false;
 
   std::function<Status()> action;
+
+  CommandTree tree;  ///< what there is to ask for
 };
 
 /// Adds a group of commands to `app` and returns it.
@@ -38,8 +42,15 @@ CLI::App& AddCommand(CLI::App& group, Invocation& invocation, const std::string&
                      const std::string& help, std::function<Status()> run);
 
 /// Adds the argument `name` of `command`, one or more words.
-void AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
-              const std::string& help, std::vector<std::string>& words);
+CLI::Option* AddWords(CLI::App& command, const Invocation& invocation, const std::string& name,
+                      const std::string& help, std::vector<std::string>& words);
+
+/// Says more of `command` than its line in the list of commands.
+void Explain(const CLI::App& command, Invocation& invocation, const std::string& text,
+             const std::vector<std::string>& examples = {});
+
+/// Says what the value of `option` is, and returns the option.
+CLI::Option* Takes(Invocation& invocation, CLI::Option* option, const Value& value);
 
 /// What is wrong with `text` as a number that is not negative; empty when it is one.
 std::string WholeNumber(const std::string& text);

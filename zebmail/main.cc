@@ -17,13 +17,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "zebmail/invocation.h"
+#include "zebmail/command_line.h"
 #include "zebmail/output.h"
 
 namespace zebmail {
 namespace {
-
-const char* const kDefaultConfig = "/etc/zebmail/zebmail.toml";
 
 /// A caller may have closed these. The next file opened, the database say, would take their place
 /// and get what is printed.
@@ -37,18 +35,6 @@ void KeepStandardStreams() {
 /// other; by itself the signal would end the command on the spot. Tools start without this.
 void TakeLimitsForErrors() {
   if (std::signal(SIGXFSZ, SIG_IGN) == SIG_ERR) std::abort();
-}
-
-void AddGlobalOptions(CLI::App& app, Invocation& invocation) {
-  const char* const from_environment = std::getenv("ZEBMAIL_CONFIG");
-  const bool is_set = from_environment != nullptr && *from_environment != '\0';
-  invocation.config = is_set ? from_environment : kDefaultConfig;
-  app.add_option(
-      "--config", invocation.config,
-      "the configuration file, instead of $ZEBMAIL_CONFIG or " + std::string(kDefaultConfig));
-  app.add_flag("--json", invocation.json, "print one JSON document");
-  app.add_flag("--dry-run", invocation.dry_run, "change nothing, show what would change");
-  app.add_flag("--quiet", invocation.quiet, "print no confirmation when all went well");
 }
 
 /// The arguments, last one first, as the parser takes them. It has no notion of an option with an
@@ -99,22 +85,8 @@ Status Printed(Status status) {
 Status Run(int argc, char** argv) {
   Invocation invocation;
   invocation.words.assign(argv, argv + argc);
-  CLI::App app("Runs the mail of a Postfix server.", "zebmail");
-  app.require_subcommand(0, 1);
-  app.fallthrough();
-  AddGlobalOptions(app, invocation);
-  AddInit(app, invocation);
-  AddDomain(app, invocation);
-  AddMailbox(app, invocation);
-  AddAliasAndForward(app, invocation);
-  AddResponder(app, invocation);
-  AddSenderLists(app, invocation);
-  AddWebDomains(app, invocation);
-  AddSync(app, invocation);
-  AddPostfixConfig(app, invocation);
-  AddTransfer(app, invocation);
-  AddCheck(app, invocation);
-  AddTrace(app, invocation);
+  CLI::App app;
+  BuildCommandLine(app, invocation);
 
   if (const std::optional<Status> ended = Parse(app, invocation, argc, argv))
     return Printed(*ended);

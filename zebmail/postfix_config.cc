@@ -172,6 +172,13 @@ void AddPostfixConfig(CLI::App& app, Invocation& invocation) {
       app, invocation, "postfix-config", "the settings of main.cf that make Postfix use the tables",
       [&invocation, apply] { return PostfixConfig(invocation, *apply); });
   command.add_flag("--apply", *apply, "make them");
+  Explain(command, invocation,
+          "Prints the settings as they would stand in main.cf, and what of them is there already. "
+          "With --apply those that are missing are set: what main.cf has stays, a copy of it is "
+          "kept, and Postfix is reloaded. mailbox_transport, which moves the mail of all local "
+          "users, is left to you.",
+          {"zebmail postfix-config", "zebmail --dry-run postfix-config",
+           "zebmail postfix-config --apply"});
 }
 
 }  // namespace zebmail

@@ -24,8 +24,10 @@ struct Arguments {
   std::optional<std::string> text_file;
 };
 
-CLI::App& About(CLI::App& command, Arguments& arguments) {
-  command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address")->required();
+CLI::App& About(CLI::App& command, Invocation& invocation, Arguments& arguments) {
+  Takes(invocation, command.add_option("MAILBOX", arguments.mailbox, "the mailbox's address"),
+        {"MAILBOX", Choice::kMailbox})
+      ->required();
   return command;
 }
 
@@ -49,9 +51,7 @@ void AddResponder(CLI::App& app, Invocation& invocation) {
   const auto show = [given](const MailModule& mail) { return mail.ShowResponder(given->mailbox); };
 
   CLI::App& on = About(
-      AddCommand(group, invocation, "on",
-                 "answer each sender once a week; what is not given stays as it "
-                 "was the last time",
+      AddCommand(group, invocation, "on", "answer the senders of mail",
                  [&invocation, given, show] {
                    panel::mail::ResponderSettings settings{given->subject, {}};
                    if (given->text_file) {
@@ -62,20 +62,35 @@ void AddResponder(CLI::App& app, Invocation& invocation) {
                        [&](MailModule& mail) { mail.SwitchResponderOn(given->mailbox, settings); },
                        show);
                  }),
-      *given);
-  on.add_option("--subject", given->subject, "the subject of the replies");
-  on.add_option("--text-file", given->text_file,
-                "a file with the text of the replies in UTF-8; - for standard input");
-  About(AddCommand(group, invocation, "off", "answer no longer",
-                   [&invocation, given, show] {
-                     return Change(
-                         invocation, "responder off",
-                         [&](MailModule& mail) { mail.SwitchResponderOff(given->mailbox); }, show);
-                   }),
-        *given);
-  About(AddCommand(group, invocation, "show", "show subject and text of the replies",
-                   [&invocation, show] { return PrintOne(invocation, show); }),
-        *given);
+      invocation, *given);
+  Takes(invocation, on.add_option("--subject", given->subject, "the subject of the replies"),
+        {"TEXT"});
+  Takes(invocation,
+        on.add_option("--text-file", given->text_file,
+                      "a file with the text of the replies in UTF-8; - for standard input"),
+        {"FILE", Choice::kFile});
+  Explain(on, invocation,
+          "Each sender is answered once a week; lists, bulk mail, bounces and other automatic "
+          "replies are not, nor messages that do not name the mailbox in To or Cc. An option that "
+          "is not given stays as it was the last time.",
+          {"zebmail responder on info@example.org --subject \"Away\" --text-file away.txt",
+           "echo \"Back on Monday.\" | zebmail responder on info@example.org --text-file -"});
+  CLI::App& off = About(
+      AddCommand(group, invocation, "off", "answer no longer",
+                 [&invocation, given, show] {
+                   return Change(
+                       invocation, "responder off",
+                       [&](MailModule& mail) { mail.SwitchResponderOff(given->mailbox); }, show);
+                 }),
+      invocation, *given);
+  Explain(off, invocation, "Subject and text are kept for the next time.");
+  CLI::App& shown =
+      About(AddCommand(group, invocation, "show", "show subject and text of the replies",
+                       [&invocation, show] { return PrintOne(invocation, show); }),
+            invocation, *given);
+  Explain(shown, invocation,
+          "Prints address, active and subject, and the text below an empty line; with --json an "
+          "object with these fields and text.");
 }
 
 }  // namespace zebmail

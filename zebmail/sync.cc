@@ -83,6 +83,13 @@ void AddSync(CLI::App& app, Invocation& invocation) {
                  [&invocation, allow] { return Sync(invocation, *allow); });
   command.add_flag("--allow-mass-delete", *allow,
                    "also when more than half of the domains or mailboxes go by that");
+  Explain(command, invocation,
+          "Takes what somebody has changed in the tables by hand over into the panel, which would "
+          "undo it otherwise at its next change there. New mail domains are taken over when there "
+          "is a web domain of their name.\n\nPrints how many domains, mailboxes and so on were "
+          "added, changed and removed. It stops before it deletes more than half of the domains "
+          "or mailboxes, and more than ten.",
+          {"zebmail --dry-run sync", "zebmail sync"});
 }
 
 }  // namespace zebmail

@@ -152,7 +152,15 @@ void AddTrace(CLI::App& app, Invocation& invocation) {
   CLI::App& command =
       AddCommand(app, invocation, "trace", "show the way that a message to an address takes",
                  [&invocation, address] { return ShowTrace(invocation, *address); });
-  command.add_option("ADDR", *address, "a mail address")->required();
+  Takes(invocation, command.add_option("ADDR", *address, "a mail address"),
+        {"ADDR", Choice::kMailbox})
+      ->required();
+  Explain(command, invocation,
+          "Prints a tree: each address above what becomes of it, with the line of the table that "
+          "decides, PATH:LINE: KEY -> VALUE, and where each copy ends, \"=> ...\". Then Postfix's "
+          "own maps are asked the same; where one answers otherwise the line begins with "
+          "\"! Postfix\" and the exit status is 1. Nothing is sent.",
+          {"zebmail trace sales@example.org"});
 }
 
 }  // namespace zebmail

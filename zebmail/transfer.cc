@@ -93,15 +93,23 @@ Status Import(const Invocation& invocation, const std::string& name) {
 }  // namespace
 
 void AddTransfer(CLI::App& app, Invocation& invocation) {
-  AddCommand(app, invocation, "export", "print the whole panel as JSON Lines",
-             [&invocation] { return Export(invocation); });
+  Explain(AddCommand(app, invocation, "export", "print the whole panel as JSON Lines",
+                     [&invocation] { return Export(invocation); }),
+          invocation,
+          "Prints an object a line: the web domains, each domain with its mailboxes and their "
+          "responders, and both lists of senders.",
+          {"zebmail export > panel.jsonl"});
   const auto file = std::make_shared<std::string>();
-  AddCommand(app, invocation, "import",
-             "bring in what JSON Lines say, as export prints them; all of it, or nothing when a "
-             "line is bad",
-             [&invocation, file] { return Import(invocation, *file); })
-      .add_option("FILE", *file, "the file; - for standard input")
+  CLI::App& import =
+      AddCommand(app, invocation, "import", "bring in what JSON Lines say, as export prints them",
+                 [&invocation, file] { return Import(invocation, *file); });
+  Takes(invocation, import.add_option("FILE", *file, "the file; - for standard input"),
+        {"FILE", Choice::kFile})
       ->required();
+  Explain(import, invocation,
+          "All of it is one change, or nothing when a line is bad: each table is saved once. "
+          "Prints how many of each kind were added, changed and left alone.",
+          {"zebmail --dry-run import panel.jsonl", "zebmail import panel.jsonl"});
 }
 
 }  // namespace zebmail

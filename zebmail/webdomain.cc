@@ -53,24 +53,35 @@ void AddWebDomains(CLI::App& app, Invocation& invocation) {
   CLI::App& group = AddGroup(app, "webdomain", "the panel's web domains, which sync consults");
   const auto given = std::make_shared<Arguments>();  // of the one command that is chosen
   const auto add_change = [&](const std::string& name, const std::string& help,
-                              const std::string& done,
+                              const std::string& done, Choice choice,
                               const std::function<void()>& work) -> CLI::App& {
     CLI::App& command = AddCommand(group, invocation, name, help, [&invocation, given, done, work] {
       return Change(invocation, *given, done, work);
     });
-    command.add_option("NAME", given->name, "the domain, in Unicode or ASCII")->required();
+    Takes(invocation, command.add_option("NAME", given->name, "the domain, in Unicode or ASCII"),
+          {"NAME", choice})
+        ->required();
     return command;
   };
 
-  add_change("add", "have sync take over the mail domain of this name", "added",
-             [given] { panel::mail::AddWebDomain(given->name, given->owner); })
-      .add_option("--owner", given->owner, "the number of the panel's user who owns it")
+  CLI::App& add = add_change("add", "have sync take over the mail domain of this name", "added",
+                             Choice::kAnything,
+                             [given] { panel::mail::AddWebDomain(given->name, given->owner); });
+  Takes(invocation,
+        add.add_option("--owner", given->owner, "the number of the panel's user who owns it"),
+        {"NUMBER"})
       ->required()
       ->check(WholeNumber);
-  add_change("remove", "forget it; its mail domain stays", "removed",
-             [given] { panel::mail::RemoveWebDomain(given->name); });
-  AddCommand(group, invocation, "list", "list all web domains",
-             [&invocation] { return List(invocation); });
+  Explain(add, invocation,
+          "A mail domain that somebody has put into the tables by hand becomes one of the panel "
+          "at the next sync when there is a web domain of its name.",
+          {"zebmail webdomain add hand.example --owner 1", "zebmail sync"});
+  Explain(add_change("remove", "forget it; its mail domain stays", "removed", Choice::kWebDomain,
+                     [given] { panel::mail::RemoveWebDomain(given->name); }),
+          invocation, "sync takes over no mail domain of this name any more.");
+  Explain(AddCommand(group, invocation, "list", "list all web domains",
+                     [&invocation] { return List(invocation); }),
+          invocation, "Prints a table, or with --json an array of {name, owner}.");
 }
 
 }  // namespace zebmail

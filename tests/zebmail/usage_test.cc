@@ -2,6 +2,7 @@
 ///   usage_test - the command line itself: what it takes, and the exit status
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -67,10 +68,67 @@ TEST(Usage, NamesWhatIsWrong) {
 }
 
 TEST(Usage, IsExplainedOnRequest) {
-  const CommandRun run = Zebmail({"domain", "create", "--help"});
+  const CommandRun run = Zebmail({"mailbox", "create", "--help"});
 
   EXPECT_EQ(run.status, 0);
-  EXPECT_NE(run.output.find("--default-action"), std::string::npos);
+  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(run.output,
+            "zebmail mailbox create: make a new mailbox\n"
+            "\n"
+            "Usage: zebmail mailbox create ADDR [--drop-mail]\n"
+            "\n"
+            "Its domain must be one of the panel. The mail goes to the Unix user of that\n"
+            "name, unless mailbox_transport of main.cf names another way. The name must not\n"
+            "be that of an alias in the domain.\n"
+            "\n"
+            "Arguments:\n"
+            "  ADDR                the mailbox's address\n"
+            "\n"
+            "Options:\n"
+            "  --drop-mail         keep no mail; forwards and responder still work\n"
+            "  --help              print the help of the program, or of the command before\n"
+            "                      it; also -h\n"
+            "\n"
+            "Examples:\n"
+            "  zebmail mailbox create info@example.org\n"
+            "\n"
+            "zebmail --help lists the options that go with every command.\n");
+}
+
+TEST(Usage, OfAGroupOfCommandsListsThem) {
+  EXPECT_EQ(Zebmail({"alias", "-h"}).output,
+            "zebmail alias: aliases of mailboxes: further local parts in the mailbox's own domain\n"
+            "\n"
+            "Usage: zebmail alias COMMAND ...\n"
+            "\n"
+            "Commands:\n"
+            "  add                 add aliases\n"
+            "  remove              remove aliases\n"
+            "  list                list the aliases of a mailbox\n"
+            "\n"
+            "Options:\n"
+            "  --help              print the help of the program, or of the command before\n"
+            "                      it; also -h\n"
+            "\n"
+            "zebmail --help lists the options that go with every command.\n");
+}
+
+TEST(Usage, OfTheProgramNamesEveryCommandAndOptionAndFitsATerminal) {
+  const std::string help = Zebmail({"--help"}).output;
+
+  EXPECT_TRUE(help.starts_with(
+      "zebmail: run the mail of a Postfix server\n"
+      "\n"
+      "Usage: zebmail [--config FILE] [--json] [--dry-run] [--quiet] COMMAND ...\n"))
+      << help;
+  EXPECT_NE(help.find("\n  responder           automatic replies to mail for a mailbox: on, off, "
+                      "show\n"),
+            std::string::npos)
+      << help;
+  EXPECT_NE(help.find("\n  --json              print one JSON document\n"), std::string::npos);
+  EXPECT_EQ(help.find("__complete"), std::string::npos);
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
 }
 
 TEST(Configuration, IsTakenFromTheEnvironment) {

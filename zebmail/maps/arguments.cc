@@ -19,42 +19,32 @@ Format FormatOf(const std::string& program) {
                    "zebmail-postalias");
 }
 
-/// Takes the options of this program, which come first.
-class OwnOptions {
- public:
-  OwnOptions(const std::vector<std::string>& words, Arguments& arguments)
-      : words_(words), arguments_(arguments) {}
+const OwnOption* FindOwnOption(const std::string& name) {
+  const auto* const found =
+      std::find_if(kOwnOptions.begin(), kOwnOptions.end(),
+                   [&name](const OwnOption& option) { return option.name == name; });
+  return found == kOwnOptions.end() ? nullptr : found;
+}
 
-  /// Returns how many words they are, with the program's name.
-  std::size_t Take() {
-    for (; next_ < words_.size(); ++next_) {
-      const std::string& word = words_[next_];
-      if (word == "--explain") {
-        arguments_.explain = true;
-      } else if (word == "--whole") {
-        arguments_.whole = true;
-      } else if (word == "--state") {
-        arguments_.state_dir = Value(word);
-      } else if (word == "--tool") {
-        arguments_.tool = Value(word);
-      } else {
-        break;
-      }
+/// Takes the options of this program, which come first; returns how many words they are, with the
+/// program's name.
+std::size_t TakeOwnOptions(const std::vector<std::string>& words, Arguments& arguments) {
+  std::size_t next = 1;
+  for (; next < words.size(); ++next) {
+    const OwnOption* const option = FindOwnOption(words[next]);
+    if (option == nullptr) break;
+    if (option->flag != nullptr) {
+      arguments.*option->flag = true;
+      continue;
     }
-    return next_;
+    ++next;
+    if (next >= words.size() || !words[next].starts_with('/')) {
+      throw UsageError(std::string(option->name) + " takes an absolute path");
+    }
+    arguments.*option->place = words[next];
   }
-
- private:
-  const std::string& Value(const std::string& option) {
-    const bool is_there = next_ + 1 < words_.size() && words_[next_ + 1].starts_with('/');
-    if (!is_there) throw UsageError(option + " takes an absolute path");
-    return words_[++next_];
-  }
-
-  const std::vector<std::string>& words_;
-  Arguments& arguments_;
-  std::size_t next_ = 1;
-};
+  return next;
+}
 
 /// A path that can stand in a record by itself and in the name of a map.
 bool IsPlain(std::string_view path) {
@@ -82,13 +72,31 @@ std::optional<Order> ReadOrder(std::vector<std::string> words) {
 
 }  // namespace
 
+std::string HelpOf(const std::string& program) {
+  constexpr std::size_t kTextColumn = 20;
+  std::string text =
+      "Usage: " + program + " [OPTION]... [-c DIR] [TYPE:]FILE\n       " + program +
+      " [OPTION]... WHATEVER-" + (program.ends_with("postmap") ? "POSTMAP" : "POSTALIAS") +
+      "-TAKES\n\n"
+      "Brings the map of FILE in step with it: changes the entries that have changed,\n"
+      "or builds the whole map where that is not certain to give the same one. All\n"
+      "else is left to Postfix's own program.\n\nOptions:\n";
+  for (const OwnOption& option : kOwnOptions) {
+    std::string line = "  " + std::string(option.name);
+    if (!option.value.empty()) line.append(" ").append(option.value);
+    line.resize(std::max(line.size() + 1, kTextColumn), ' ');
+    text += line.append(option.text) + "\n";
+  }
+  return text;
+}
+
 Arguments ReadArguments(const std::vector<std::string>& words) {
   Arguments arguments;
   if (!words.empty()) arguments.name = words.front();
   arguments.format = FormatOf(arguments.name);
   arguments.tool =
       arguments.format == Format::kPostmap ? "/usr/sbin/postmap" : "/usr/sbin/postalias";
-  const std::size_t own = OwnOptions(words, arguments).Take();
+  const std::size_t own = TakeOwnOptions(words, arguments);
   arguments.rest.assign(words.begin() + static_cast<std::ptrdiff_t>(own), words.end());
   arguments.order = ReadOrder(arguments.rest);
   return arguments;

@@ -8,6 +8,7 @@
 #include "host/email.h"
 #include "host/fen_cf.h"
 #include "host/fen_log.h"
+#include "postfix/path_defaults.h"
 #include "postfix/postfix_interface.h"
 
 namespace zebpriv_email_postfix {
@@ -15,15 +16,7 @@ namespace zebpriv_email_postfix {
 namespace {
 
 void SetPathDefaults() {
-  // The blank behind "postfix-bin" keeps this default out of the way of a reload, which looks up
-  // the name without it: a server is reloaded only where the panel's configuration says how.
-  fen_cf::SetPathDefault("postfix-bin ", "/usr/sbin/postfix");
-  fen_cf::SetPathDefault("postfix-virtusertable", "/etc/mail/virtusertable");
-  fen_cf::SetPathDefault("postfix-localhostnames", "/etc/mail/local-host-names");
-  fen_cf::SetPathDefault("postfix-accessdb", "/etc/mail/access");
-  fen_cf::SetPathDefault("postfix-aliases", "/etc/mail/aliases");
-  fen_cf::SetPathDefault("postfix-postmap", "/usr/sbin/postmap");
-  fen_cf::SetPathDefault("postfix-postalias", "/usr/sbin/postalias");
+  for (const PathDefault& one : kPathDefaults) fen_cf::SetPathDefault(one.name, one.path);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "host/fen_err.h"
+#include "panel/module/config_names.h"
 #include "panel/process/file_handle.h"
 #include "panel/process/trust.h"
 #include "panel/text/control_characters.h"
@@ -88,15 +89,24 @@ class Reader {
 
  private:
   void CheckKeys(const toml::table& document) const {
-    static constexpr std::array<std::string_view, 6> kKeys = {
-        "state_dir", "module_dir", "database", "tool_timeout", "param", "path"};
     for (const auto& [key, node] : document) {
-      if (std::find(kKeys.begin(), kKeys.end(), key.str()) == kKeys.end()) {
-        Fail(key.source(), "the key " + Quoted(key.str()) +
-                               " is not known; there are state_dir, module_dir, database, "
-                               "tool_timeout, [param] and [path]");
-      }
+      const bool is_known =
+          std::any_of(kConfigKeys.begin(), kConfigKeys.end(),
+                      [name = key.str()](const ConfigKey& known) { return known.name == name; });
+      if (is_known) continue;
+      Fail(key.source(),
+           "the key " + Quoted(key.str()) + " is not known; there are " + KnownKeys());
     }
+  }
+
+  static std::string KnownKeys() {
+    std::string names;
+    for (const ConfigKey& key : kConfigKeys) {
+      if (!names.empty()) names += &key == &kConfigKeys.back() ? " and " : ", ";
+      const std::string name(key.name);
+      names += key.is_section ? "[" + name + "]" : name;
+    }
+    return names;
   }
 
   const toml::node& Required(const toml::table& document, std::string_view key) const {

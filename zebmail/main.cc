@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include "zebmail/command_line.h"
+#include "zebmail/complete.h"
 #include "zebmail/output.h"
 
 namespace zebmail {
@@ -83,6 +84,8 @@ Status Printed(Status status) {
 }
 
 Status Run(int argc, char** argv) {
+  if (IsCompletion(argc, argv)) return Complete(argc, argv);
+
   Invocation invocation;
   invocation.words.assign(argv, argv + argc);
   CLI::App app;

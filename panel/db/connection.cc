@@ -58,12 +58,12 @@ bool IsAboutWaiting(const std::string& words) {
 
 }  // namespace
 
-Connection::Connection(const std::string& url, std::chrono::milliseconds patience)
+Connection::Connection(const std::string& url, std::chrono::milliseconds patience, Access access)
     : url_(url), name_(PrintableUrl(url)), patience_(patience) {
   const Location location = ParseUrl(url);
   kind_ = location.kind;
   try {
-    Open(location);
+    Open(location, access);
   } catch (const soci::soci_error& error) {
     throw fen_err::Error("database", name_, Words(error));
   }
@@ -71,18 +71,21 @@ Connection::Connection(const std::string& url, std::chrono::milliseconds patienc
 
 Connection::~Connection() = default;
 
-void Connection::Open(const Location& location) {
-  if (kind_ == Kind::kSqlite) CreateFile(location.file);
-  session_.open(location.backend, location.connect_string);
+void Connection::Open(const Location& location, Access access) {
+  const bool is_sqlite_to_look = kind_ == Kind::kSqlite && access == Access::kLook;
+  if (kind_ == Kind::kSqlite && access == Access::kChange) CreateFile(location.file);
+  session_.open(location.backend,
+                location.connect_string + (is_sqlite_to_look ? " readonly=true" : ""));
   if (kind_ == Kind::kSqlite) {
-    SetUpSqlite();
+    SetUpSqlite(access);
   } else {
-    SetUpPostgresql();
+    SetUpPostgresql(access);
   }
 }
 
-void Connection::SetUpSqlite() {
+void Connection::SetUpSqlite(Access access) {
   Run("PRAGMA busy_timeout = " + std::to_string(patience_.count()));
+  if (access == Access::kLook) return;
   if (Run("PRAGMA journal_mode = WAL").Cell(0) != "wal") {
     throw soci::soci_error("its file system cannot hold a write-ahead log; use a local disk");
   }
@@ -90,11 +93,12 @@ void Connection::SetUpSqlite() {
   Run("PRAGMA cache_size = -65536");  // in KiB; a pass over a large table changes most of its pages
 }
 
-void Connection::SetUpPostgresql() {
+void Connection::SetUpPostgresql(Access access) {
   Run("SET client_min_messages = error");
   Run("SET client_encoding = 'UTF8'");
   Run("SET standard_conforming_strings = on");
   Run("SET lock_timeout = " + std::to_string(patience_.count()));
+  if (access == Access::kLook) Run("SET default_transaction_read_only = on");
 }
 
 Rows Connection::Query(const std::string& sql, long long* affected) {

@@ -25,6 +25,7 @@
 
 #include <soci/soci.h>
 
+#include "panel/db/access.h"
 #include "panel/db/journal.h"
 #include "panel/db/rows.h"
 #include "panel/db/url.h"
@@ -38,7 +39,8 @@ struct Gathering;
 
 class Connection {
  public:
-  explicit Connection(const std::string& url, std::chrono::milliseconds patience = kPatience);
+  explicit Connection(const std::string& url, std::chrono::milliseconds patience = kPatience,
+                      Access access = Access::kChange);
   ~Connection();
 
   Connection(const Connection&) = delete;
@@ -98,9 +100,9 @@ class Connection {
   }
 
  private:
-  void Open(const Location& location);
-  void SetUpSqlite();
-  void SetUpPostgresql();
+  void Open(const Location& location, Access access);
+  void SetUpSqlite(Access access);
+  void SetUpPostgresql(Access access);
   Rows Run(const std::string& sql, long long* affected = nullptr);
   void RequireUnspoiled(const std::string& sql) const;
   [[noreturn]] void Fail(const std::string& sql, const soci::soci_error& error);

@@ -54,8 +54,9 @@ Gathering::Owners ReadOwners(Connection& connection, const std::string& table,
 
 }  // namespace
 
-Database::Database(const std::string& url) : connection_(std::make_unique<Connection>(url)) {
-  MigrateSchema(*connection_);
+Database::Database(const std::string& url, Access access)
+    : connection_(std::make_unique<Connection>(url, kPatience, access)) {
+  if (access == Access::kChange) MigrateSchema(*connection_);
   cache_ = std::make_unique<fen_db::Cache>(*connection_);
   SetCurrent(*this, *connection_);
 }

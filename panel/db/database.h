@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "host/fen_db.h"
+#include "panel/db/access.h"
 
 namespace panel::db {
 
@@ -36,8 +37,9 @@ struct Journal;
 class Database {
  public:
   /// Opens the database at `url`, makes its tables where they are missing and migrates older ones.
-  /// A database of a newer version than this program knows is an error.
-  explicit Database(const std::string& url);
+  /// A database of a newer version than this program knows is an error. One that is opened to look
+  /// at is taken as it is.
+  explicit Database(const std::string& url, Access access = Access::kChange);
   ~Database();
 
   Database(const Database&) = delete;

@@ -26,6 +26,11 @@ OnTerminal::OnTerminal(std::vector<std::string> words) {
   terminal_ = panel::FileHandle(terminal);
 }
 
+void OnTerminal::Type(const std::string& text) const {
+  const ssize_t size = write(terminal_.get(), text.data(), text.size());
+  if (size != static_cast<ssize_t>(text.size())) throw std::runtime_error("nothing can be typed");
+}
+
 std::string OnTerminal::ReadUntil(const std::string& text) {
   while (printed_.find(text) == std::string::npos && ReadPart()) continue;
   return printed_;

@@ -23,6 +23,9 @@ class OnTerminal {
   OnTerminal(const OnTerminal&) = delete;
   OnTerminal& operator=(const OnTerminal&) = delete;
 
+  /// Types `text` for the program.
+  void Type(const std::string& text) const;
+
   /// Reads until `text` has been printed, or until the program has closed the terminal. Returns all
   /// that was printed so far; a line ends in "\r\n".
   std::string ReadUntil(const std::string& text);

@@ -48,3 +48,18 @@ install(FILES
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zebapi.pc.in ${PROJECT_BINARY_DIR}/zebapi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zebapi.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libzebapi-dev)
+
+install(FILES
+  ${PROJECT_BINARY_DIR}/manual/zebmail.1 ${PROJECT_BINARY_DIR}/manual/zebmail-postmap.1
+  ${PROJECT_BINARY_DIR}/manual/zebmail-postalias.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT zebmail)
+install(FILES ${PROJECT_BINARY_DIR}/manual/zebmail.toml.5
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT zebmail)
+
+# Where Debian's shells look for the completion of commands from packages.
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completion/zebmail.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zebmail COMPONENT zebmail)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completion/_zebmail
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT zebmail)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completion/zebmail.fish
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT zebmail)

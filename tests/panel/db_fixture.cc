@@ -3,14 +3,14 @@
 
 #include "tests/panel/db_fixture.h"
 
-#include "tests/panel/db_server.h"
+#include "tests/support/postgresql_server.h"
 
 namespace db_test {
 namespace {
 
 /// One server for all tests of a process.
-PostgresqlServer& Server() {
-  static PostgresqlServer server;
+test_support::PostgresqlServer& Server() {
+  static test_support::PostgresqlServer server;
   return server;
 }
 
@@ -37,7 +37,8 @@ void OnEachDatabase::SetUp() {
   if (IsSqlite()) {
     url_ = "sqlite3://" + folder_.Path("panel.db").string();
   } else {
-    if (!PostgresqlServer::IsInstalled()) GTEST_SKIP() << "there is no PostgreSQL server here";
+    if (!test_support::PostgresqlServer::IsInstalled())
+      GTEST_SKIP() << "there is no PostgreSQL server here";
     url_ = Server().MakeDatabase();
   }
   Reopen();

@@ -137,6 +137,7 @@ BusyPanel::BusyPanel() {
     fs::create_directories(Kept(""));
     Do({"/bin/cp", "-a", panel_.Path(folder), Kept(folder)});
   }
+  panel_.KeepDatabase();
   PutBack();
   ForgetTools();
 }
@@ -190,6 +191,7 @@ std::string BusyPanel::Name(const fs::path& path) const {
 
 /// A map that is older than its text would pass for a stale one.
 void BusyPanel::PutBack() const {
+  panel_.PutDatabaseBack();
   for (const char* folder : kFolders) {
     fs::remove_all(panel_.Path(folder));
     Do({"/bin/cp", "-a", Kept(folder), panel_.Path(folder)});

@@ -315,9 +315,11 @@ TEST_F(Disk, ThatFailsBehindTheReplacementOfMainCfHasTheSettingsMade) {
   EXPECT_EQ(panel().panel().Do({"check"}), "nothing is wrong\n");
 }
 
+class SqliteOnDisk : public Disk {};
+
 /// SQLite has written the change into its log when the disk fails, and cannot take the log away: it
 /// finds the change there again.
-TEST_F(Disk, ThatFailsBehindACommitHasTheChangeKept) {
+TEST_F(SqliteOnDisk, ThatFailsBehindACommitHasTheChangeKept) {
   const std::string database = Folder("panel/panel.db");
   const auto run = [this, &database](const std::string& calls, const std::string& domain) {
     const FailingCalls failing(FAILING_CALLS_LIBRARY, calls, database);

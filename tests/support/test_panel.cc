@@ -45,13 +45,14 @@ std::string MainCf(const TempFolder& folder) {
          folder.Path("mail/virtusertable").string() + "\n";
 }
 
-panel::Config MakeConfig(const TempFolder& folder, const std::string& postfix_command) {
+panel::Config MakeConfig(const TempFolder& folder, const std::string& database,
+                         const std::string& postfix_command) {
   const std::string tool_option = " -c " + folder.Path("postfix").string();
   panel::Config config;
   config.file = folder.Path("zebmail.toml");
   config.state_dir = folder.Path("state");
   config.module_dir = ZEBMAIL_MODULE_DIR;
-  config.database = "sqlite3://" + folder.Path("panel.db").string();
+  config.database = database;
   config.param["MTA"] = "postfix";
   config.path["postfix-bin"] = postfix_command;
   config.path["postfix-virtusertable"] = folder.Path("mail/virtusertable");
@@ -68,14 +69,15 @@ panel::Config MakeConfig(const TempFolder& folder, const std::string& postfix_co
 }  // namespace
 
 TestPanel::TestPanel()
-    : postfix_command_(folder_, "postfix-command"),
-      config_(MakeConfig(folder_, postfix_command_.path())) {
+    : database_(folder_.Path("panel.db")),
+      postfix_command_(folder_, "postfix-command"),
+      config_(MakeConfig(folder_, database_.url(), postfix_command_.path())) {
   for (const char* table : {"virtusertable", "local-host-names", "access", "aliases", "domainips"})
     SetText(table, "");
   SetText("master.cf", kMasterCf);
   MakeOld(folder_.WriteText("postfix/main.cf", MainCf(folder_)));
   folder_.WriteText("postfix/master.cf", kMasterCf);
-  folder_.WriteText("panel.db", "");
+  if (database_.IsFile()) folder_.WriteText("panel.db", "");
   std::filesystem::create_directory(state_dir());
   panel::UseConfig(config_);
 }
@@ -89,6 +91,11 @@ std::string TestPanel::Lookup(const std::string& name, const std::string& key) c
 
 void TestPanel::SetPath(const std::string& name, const std::string& value) {
   config_.path[name] = value;
+  panel::UseConfig(config_);
+}
+
+void TestPanel::SetDatabase(const std::string& url) {
+  config_.database = url;
   panel::UseConfig(config_);
 }
 

@@ -12,7 +12,7 @@
 ///              all empty but for master.cf
 ///   postfix/   the Postfix configuration for the tools: main.cf, master.cf
 ///   state/     the panel's state_dir
-///   panel.db   the panel's database, empty
+///   panel.db   the panel's database, empty, unless the tests run on a server
 ///
 /// HOW IT FAILS
 ///   As temp_folder does.
@@ -25,6 +25,7 @@
 #include "panel/module/config.h"
 #include "tests/support/recording_tool.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_database.h"
 
 namespace test_support {
 
@@ -62,9 +63,11 @@ class TestPanel {
   /// forgotten then, so this comes before the plug-in is made.
   void SetPath(const std::string& name, const std::string& value);
   void SetParam(const std::string& name, const std::string& value);
+  void SetDatabase(const std::string& url);
 
  private:
   TempFolder folder_;
+  TestDatabase database_;
   RecordingTool postfix_command_;
   panel::Config config_;
 };

@@ -10,6 +10,7 @@
 #include "host/zeb_db.h"
 #include "panel/db/database.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_database.h"
 
 namespace {
 
@@ -36,7 +37,8 @@ class DatabaseThreads : public testing::Test {
 
  private:
   test_support::TempFolder folder_;
-  panel::db::Database database_{"sqlite3://" + folder_.Path("panel.db").string()};
+  test_support::TestDatabase url_{folder_.Path("panel.db")};
+  panel::db::Database database_{url_.url()};
 };
 
 TEST_F(DatabaseThreads, PostRowsThroughObjectsOfTheirOwn) {

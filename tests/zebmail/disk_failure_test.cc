@@ -127,8 +127,10 @@ TEST_F(FailingDisk, ThatIsReadOnlyOfTheNotes) {
           "zebmail: lock: " + panel_.Path("panel/state/lock") + ": Read-only file system\n");
 }
 
+class SqliteOnFailingDisk : public FailingDisk {};
+
 /// The tables are in place already when the database finds that it has no room.
-TEST_F(FailingDisk, ThatIsFullOfTheDatabase) {
+TEST_F(SqliteOnFailingDisk, ThatIsFull) {
   fs::create_directory(panel_.Path("panel/database"));
   fs::rename(panel_.Path("panel/panel.db"), panel_.Path("panel/database/panel.db"));
   panel_.Configure("database", "sqlite3://" + panel_.Path("panel/database/panel.db"));

@@ -268,7 +268,7 @@ TEST(KilledChange, IsMadeUpForByTheNextOne) {
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
 }
 
-TEST(DatabaseFile, ThatIsGoneDoesNotComeBackEmpty) {
+TEST(SqliteDatabase, ThatIsGoneDoesNotComeBackEmpty) {
   const OwnPanel panel;
   panel.Do({"domain", "create", "example.org"});
   std::filesystem::remove(panel.Path("panel/panel.db"));

@@ -109,6 +109,25 @@ std::vector<std::string> PostfixFolder::InitWords() const {
 OwnPanel::OwnPanel() {
   const CommandRun run = Zebmail(InitWords());
   if (run.status != 0) throw std::runtime_error(run.errors);
+  const fs::path file = Path("panel/panel.db");
+  own_database_.emplace(file);
+  if (own_database_->IsFile()) {
+    database_ = own_database_->url();
+  } else {
+    MoveTo(own_database_->url());
+    fs::remove(file);
+  }
+}
+
+OwnPanel::OwnPanel(const std::string& database) {
+  const CommandRun run = Zebmail(InitWords());
+  if (run.status != 0) throw std::runtime_error(run.errors);
+  MoveTo(database);
+}
+
+void OwnPanel::MoveTo(const std::string& database) {
+  database_ = database;
+  Configure("database", database);
 }
 
 CommandRun OwnPanel::Run(std::vector<std::string> words, const std::string& input) const {
@@ -146,7 +165,7 @@ std::string OwnPanel::MailboxTables() const {
 }
 
 void OwnPanel::ChangeDatabase(const std::function<void()>& work) const {
-  panel::db::Database database("sqlite3://" + Path("panel/panel.db"));
+  panel::db::Database database(database_);
   panel::db::Transaction transaction(database);
   work();
   transaction.Commit();

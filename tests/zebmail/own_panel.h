@@ -2,7 +2,9 @@
 ///   own_panel - a panel made and run by the command, as a user does it
 ///
 /// PURPOSE
-///   Runs the built zebmail in a temporary folder, on a panel that `zebmail init` made there.
+///   Runs the built zebmail in a temporary folder, on a panel that `zebmail init` made there. Below
+///   with_postgresql its database lies on that server; suites of what is particular to a database
+///   in a file have names with "Sqlite" in them, and do not run there.
 ///   postmap and postalias are the real ones, on a Postfix configuration in the same folder; the
 ///   Postfix command is a recording stand-in, since no Postfix runs.
 
@@ -10,12 +12,14 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tests/support/command.h"
 #include "tests/support/recording_tool.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_database.h"
 
 namespace zebmail_test {
 
@@ -68,7 +72,21 @@ class PostfixFolder {
 /// A panel that is made already.
 class OwnPanel : public PostfixFolder {
  public:
+  /// One with a database of its own, which is a file unless the tests run on a server.
   OwnPanel();
+
+  /// One on the server's database that the URL names.
+  explicit OwnPanel(const std::string& database);
+
+  /// The URL of its database.
+  const std::string& database() const noexcept { return database_; }
+
+  /// Has it work with the server's database that the URL names from now on.
+  void MoveTo(const std::string& database);
+
+  /// Keeps what a database on the server holds, and puts it back. A file goes with the folder.
+  void KeepDatabase() { own_database_->Keep(); }
+  void PutDatabaseBack() const { own_database_->PutBack(); }
 
   std::string config() const { return Path("panel/zebmail.toml"); }
 
@@ -101,6 +119,9 @@ class OwnPanel : public PostfixFolder {
 
  private:
   void ReplaceLine(const std::string& name, const std::string& line) const;
+
+  std::optional<test_support::TestDatabase> own_database_;
+  std::string database_;
 };
 
 /// One that can switch responders on: it has a stand-in for the program that answers. No mail

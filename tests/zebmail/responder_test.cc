@@ -212,7 +212,6 @@ TEST(ResponderFolder, OpensToTheUserWhoAnswersWhatHeNeedsAndNoMore) {
   EXPECT_EQ(ModeOf(panel.ResponderPath(1, "message")), 0640U);
   EXPECT_EQ(OwnerOf(panel.ResponderPath(1, "answered.db")), nobody);
   EXPECT_EQ(ModeOf(panel.ResponderPath(1, "answered.db")), 0600U);
-  EXPECT_EQ(ModeOf(panel.Path("panel/panel.db")) & 0007U, kNone);
   EXPECT_EQ(ModeOf(panel.Path("panel/zebmail.toml")) & 0007U, kNone);
 }
 

@@ -350,8 +350,11 @@ INSTANTIATE_TEST_SUITE_P(
                     OpenPlace{"panel/zebmail.toml", 0}, OpenPlace{"panel", 0757},
                     OpenPlace{"panel", 0}, OpenPlace{"panel/state", 0777},
                     OpenPlace{"panel/state", 01777}, OpenPlace{"panel/state", 0775},
-                    OpenPlace{"panel/state", 0}, OpenPlace{"panel/panel.db", 0660},
-                    OpenPlace{"panel/panel.db", 0}, OpenPlace{"panel/..", 0733}));
+                    OpenPlace{"panel/state", 0}, OpenPlace{"panel/..", 0733}));
+
+INSTANTIATE_TEST_SUITE_P(OfSqlite, PlaceThatOthersCanWrite,
+                         testing::Values(OpenPlace{"panel/panel.db", 0660},
+                                         OpenPlace{"panel/panel.db", 0}));
 
 /// By it, who may write in the folder of a table would have root change any file.
 TEST(LinkOfSomebody, IsNotFollowedToATable) {

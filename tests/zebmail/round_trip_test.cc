@@ -121,7 +121,6 @@ class RoundTrip : public testing::TestWithParam<unsigned> {
   RoundTrip() : panel_(Words(kDomains.begin(), kDomains.end())) {
     panel_.Configure("postfix-postmap", "/usr/bin/true");
     panel_.Configure("postfix-postalias", "/usr/bin/true");
-    panel_.folder().WriteText("panel/empty.db", panel_.folder().ReadText("panel/panel.db"));
     for (const std::string& name : kDomains) Run(With({"domain", "create", name}, Settings()));
     for (int number = 0; number < kFirstMailboxes; ++number) {
       Run({"mailbox", "create", Mailbox()});
@@ -130,13 +129,15 @@ class RoundTrip : public testing::TestWithParam<unsigned> {
   }
 
   /// Goes on with the database that knows nothing but the web domains.
-  void TakeEmptyDatabase() const {
-    panel_.Configure("database", "sqlite3://" + panel_.Path("panel/empty.db"));
+  void TakeEmptyDatabase() {
+    panel_.MoveTo(empty_.url());
+    for (const std::string& name : kDomains) panel_.AddWebDomain(name);
   }
 
   std::string AllTables() const { return panel_.Tables() + panel_.MailboxTables(); }
 
-  const HandKeptPanel panel_;
+  HandKeptPanel panel_;
+  const test_support::TestDatabase empty_{panel_.Path("panel/empty.db")};
   std::string done_;  ///< the commands that the panel has carried out
 
  private:

@@ -1,7 +1,7 @@
 /// NAME
-///   db_server - a private PostgreSQL server
+///   postgresql_server - a private PostgreSQL server
 
-#include "tests/panel/db_server.h"
+#include "tests/support/postgresql_server.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,7 +19,7 @@
 #include "panel/db/connection.h"
 #include "tests/support/command.h"
 
-namespace db_test {
+namespace test_support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -64,32 +64,42 @@ bool PostgresqlServer::IsInstalled() {
   return !ProgramFolder().empty();
 }
 
-PostgresqlServer::PostgresqlServer() : home_(folder_.Path("server")) {
+std::string PostgresqlUrl(const fs::path& folder, const std::string& name) {
+  return "postgresql:///" + name + "?host=" + folder.string() + "&user=panel";
+}
+
+PostgresqlServer::PostgresqlServer(bool waits_for_disk)
+    : home_(folder_.Path("server")), waits_for_disk_(waits_for_disk) {
   MakeHome();
   Start();
-  WaitUntilReady();
 }
 
 PostgresqlServer::~PostgresqlServer() {
+  Stop();
+}
+
+void PostgresqlServer::Stop() {
+  if (process_ == 0) return;
   kill(process_, SIGQUIT);
   waitpid(process_, nullptr, 0);
+  process_ = 0;
 }
 
 void PostgresqlServer::MakeHome() const {
   fs::create_directory(home_);
   if (getuid() == 0) {
-    test_support::SetOwner(home_, {ServerUser().pw_uid, ServerUser().pw_gid});
+    SetOwner(home_, {ServerUser().pw_uid, ServerUser().pw_gid});
   }
-  const auto run = test_support::RunCommand(
-      ServerWords("initdb", {"-D", home_ / "data", "-A", "trust", "-U", "panel", "-E", "UTF8",
-                             "--locale=C", "--no-sync"}));
+  const auto run =
+      RunCommand(ServerWords("initdb", {"-D", home_ / "data", "-A", "trust", "-U", "panel", "-E",
+                                        "UTF8", "--locale=C", "--no-sync"}));
   if (run.status != 0) throw std::runtime_error("initdb: " + run.output + run.errors);
 }
 
 void PostgresqlServer::Start() {
-  const std::vector<std::string> words = ServerWords(
-      "postgres",
-      {"-D", home_ / "data", "-k", home_, "-c", "listen_addresses=", "-c", "fsync=off"});
+  const std::vector<std::string> words =
+      ServerWords("postgres", {"-D", home_ / "data", "-k", home_, "-c", "listen_addresses=", "-c",
+                               waits_for_disk_ ? "fsync=on" : "fsync=off"});
   std::vector<char*> pointers;
   pointers.reserve(words.size() + 1);
   for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
@@ -104,21 +114,18 @@ void PostgresqlServer::Start() {
       posix_spawnp(&process_, pointers[0], &actions, nullptr, pointers.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::runtime_error("the PostgreSQL server cannot be started");
+  WaitUntilReady();
 }
 
 /// Waits until it answers, or has ended.
 void PostgresqlServer::WaitUntilReady() const {
   const std::string ask = ProgramFolder() / "pg_isready";
-  while (test_support::RunCommand({ask, "-q", "-h", home_, "-U", "panel"}).status != 0) {
+  while (RunCommand({ask, "-q", "-h", home_, "-U", "panel"}).status != 0) {
     if (waitpid(process_, nullptr, WNOHANG) != 0) {
-      throw std::runtime_error("PostgreSQL: " + test_support::ReadText(home_ / "log"));
+      throw std::runtime_error("PostgreSQL: " + ReadText(home_ / "log"));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
-}
-
-std::string PostgresqlServer::Url(const std::string& name) const {
-  return "postgresql:///" + name + "?host=" + home_.string() + "&user=panel";
 }
 
 std::string PostgresqlServer::MakeDatabase() {
@@ -127,4 +134,35 @@ std::string PostgresqlServer::MakeDatabase() {
   return Url(name);
 }
 
-}  // namespace db_test
+int PostgresqlServer::EndConnections(const std::string& url) const {
+  const std::size_t begin = std::string("postgresql:///").size();
+  const std::string name = url.substr(begin, url.find('?') - begin);
+  return std::stoi(Ask(Url("postgres"),
+                       "SELECT count(pg_terminate_backend(pid, 10000)) FROM pg_stat_activity"
+                       " WHERE datname = '" +
+                           name + "'"));
+}
+
+std::string PostgresqlServer::Ask(const std::string& url, const std::string& query) {
+  return std::string(panel::db::Connection(url).Query(query).Cell(0));
+}
+
+void PostgresqlServer::HoldCommits(bool are_held) const {
+  panel::db::Connection connection(Url("postgres"));
+  connection.Query(std::string("ALTER SYSTEM SET synchronous_standby_names = ") +
+                   (are_held ? "'gone'" : "''"));
+  connection.Query("SELECT pg_reload_conf()");
+  const std::string expected = are_held ? "gone" : "";
+  while (Ask(Url("postgres"), "SHOW synchronous_standby_names") != expected) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+void PostgresqlServer::WaitForHeldCommit() const {
+  while (Ask(Url("postgres"),
+             "SELECT count(*) FROM pg_stat_activity WHERE wait_event = 'SyncRep'") == "0") {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+}  // namespace test_support

@@ -3,6 +3,7 @@
 
 #include "panel/db/connection.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <filesystem>
@@ -42,7 +43,8 @@ void CreateFile(const std::filesystem::path& file) {
 std::string OwnWords(const soci::soci_error& error) {
   std::string words = error.get_error_message();
   words.erase(words.find_last_not_of(" \n") + 1);
-  for (const std::string_view mark : {"ERROR:  ", "FATAL:  ", "database. "}) {
+  for (const std::string_view mark :
+       {"ERROR:  ", "FATAL:  ", "database. ", "database.\n", "Connection failed. "}) {
     const std::size_t at = words.find(mark);
     if (at != std::string::npos) return words.substr(at + mark.size());
   }
@@ -56,36 +58,56 @@ bool IsAboutWaiting(const std::string& words) {
          words.find("lock timeout") != std::string::npos;
 }
 
+/// The client library explains a failure to connect in several lines.
+std::string InOneLine(const std::string& words) {
+  std::string line;
+  for (std::size_t begin = 0; begin < words.size();) {
+    const std::size_t end = std::min(words.find('\n', begin), words.size());
+    line += (line.empty() ? "" : "; ") + words.substr(begin, end - begin);
+    begin = std::min(words.find_first_not_of("\n\t ", end), words.size());
+  }
+  return line;
+}
+
+bool OnlyReads(const std::string& sql) {
+  const std::string word = FirstWord(sql);
+  return word == "select" || word == "begin";
+}
+
 }  // namespace
 
 Connection::Connection(const std::string& url, std::chrono::milliseconds patience, Access access)
-    : url_(url), name_(PrintableUrl(url)), patience_(patience) {
-  const Location location = ParseUrl(url);
-  kind_ = location.kind;
-  try {
-    Open(location, access);
-  } catch (const soci::soci_error& error) {
-    throw fen_err::Error("database", name_, Words(error));
-  }
+    : url_(url), name_(PrintableUrl(url)), patience_(patience), access_(access) {
+  Connect();
 }
 
 Connection::~Connection() = default;
 
-void Connection::Open(const Location& location, Access access) {
-  const bool is_sqlite_to_look = kind_ == Kind::kSqlite && access == Access::kLook;
-  if (kind_ == Kind::kSqlite && access == Access::kChange) CreateFile(location.file);
-  session_.open(location.backend,
-                location.connect_string + (is_sqlite_to_look ? " readonly=true" : ""));
-  if (kind_ == Kind::kSqlite) {
-    SetUpSqlite(access);
-  } else {
-    SetUpPostgresql(access);
+void Connection::Connect() {
+  const Location location = ParseUrl(url_);
+  kind_ = location.kind;
+  try {
+    Open(location);
+  } catch (const soci::soci_error& error) {
+    throw fen_err::Error("database", name_, InOneLine(Words(error)));
   }
 }
 
-void Connection::SetUpSqlite(Access access) {
+void Connection::Open(const Location& location) {
+  const bool is_sqlite_to_look = kind_ == Kind::kSqlite && access_ == Access::kLook;
+  if (kind_ == Kind::kSqlite && access_ == Access::kChange) CreateFile(location.file);
+  session_ = std::make_shared<soci::session>(
+      location.backend, location.connect_string + (is_sqlite_to_look ? " readonly=true" : ""));
+  if (kind_ == Kind::kSqlite) {
+    SetUpSqlite();
+  } else {
+    SetUpPostgresql();
+  }
+}
+
+void Connection::SetUpSqlite() {
   Run("PRAGMA busy_timeout = " + std::to_string(patience_.count()));
-  if (access == Access::kLook) return;
+  if (access_ == Access::kLook) return;
   if (Run("PRAGMA journal_mode = WAL").Cell(0) != "wal") {
     throw soci::soci_error("its file system cannot hold a write-ahead log; use a local disk");
   }
@@ -93,12 +115,16 @@ void Connection::SetUpSqlite(Access access) {
   Run("PRAGMA cache_size = -65536");  // in KiB; a pass over a large table changes most of its pages
 }
 
-void Connection::SetUpPostgresql(Access access) {
+void Connection::SetUpPostgresql() {
   Run("SET client_min_messages = error");
   Run("SET client_encoding = 'UTF8'");
   Run("SET standard_conforming_strings = on");
   Run("SET lock_timeout = " + std::to_string(patience_.count()));
-  if (access == Access::kLook) Run("SET default_transaction_read_only = on");
+  // A machine that is gone without a word would hold the panel's lock for hours.
+  Run("SET tcp_keepalives_idle = 30");
+  Run("SET tcp_keepalives_interval = 10");
+  Run("SET tcp_keepalives_count = 3");
+  if (access_ == Access::kLook) Run("SET default_transaction_read_only = on");
 }
 
 Rows Connection::Query(const std::string& sql, long long* affected) {
@@ -133,7 +159,7 @@ void Connection::ForgetOwners() noexcept {
 }
 
 Rows Connection::Run(const std::string& sql, long long* affected) {
-  soci::statement statement(session_);
+  soci::statement statement(*session_);
   statement.alloc();
   statement.prepare(sql, soci::details::st_one_time_query);
   const int columns = statement.get_backend()->prepare_for_describe();
@@ -205,7 +231,31 @@ void Connection::RequireUnspoiled(const std::string& sql) const {
       "not run, for an earlier statement of the transaction failed: " + journal_->failure);
 }
 
+void Connection::RequireAnotherTry(const std::string& sql, const soci::soci_error& error) {
+  if (!IsLost()) Fail(sql, error);
+  if (journal_ != nullptr) FailAsLost(sql, error);
+  Connect();
+  TouchAll();
+  if (!OnlyReads(sql)) FailAsLost(sql, error);
+}
+
+/// A file cannot be lost in this way; to ask would touch it.
+bool Connection::IsLost() const {
+  return kind_ == Kind::kPostgresql && !session_->is_connected();
+}
+
+void Connection::FailAsLost(const std::string& sql, const soci::soci_error& error) {
+  const std::string words = Words(error);
+  if (journal_ != nullptr) journal_->failure = words;
+  throw fen_err::Error("database", name_,
+                       std::string("the connection was lost") +
+                           (sql == "COMMIT" ? " while the change was being stored: " : ": ") +
+                           words.substr(0, words.find('\n')) +
+                           "; see to it that the server runs and can be reached");
+}
+
 void Connection::Fail(const std::string& sql, const soci::soci_error& error) {
+  if (IsLost()) FailAsLost(sql, error);
   const std::string words = Words(error);
   if (journal_ != nullptr) journal_->failure = words;
   throw fen_err::Error("database", WithoutValues(sql), words);

@@ -8,6 +8,11 @@
 ///   Both kinds let one transaction at a time write, and make the next one wait for it: SQLite by
 ///   BEGIN IMMEDIATE, PostgreSQL by an advisory lock.
 ///
+/// WHEN A CONNECTION IS LOST
+///   A server may be restarted, or a network fail. A transaction in progress is lost with the
+///   connection, and the statement that finds out fails. Outside of one, and at its beginning, the
+///   connection is made anew: what only reads is run again there and has not failed.
+///
 /// HOW IT FAILS
 ///   As database.h says. Objects of several threads share a connection; each holds its mutex while
 ///   it uses it.
@@ -49,7 +54,8 @@ class Connection {
   /// The URL as it may be shown.
   const std::string& name() const noexcept { return name_; }
   Kind kind() const noexcept { return kind_; }
-  soci::session& session() noexcept { return session_; }
+  /// Another one once the connection was lost; a statement prepared on the old one ends with that.
+  const std::shared_ptr<soci::session>& session() const noexcept { return session_; }
   std::recursive_mutex& mutex() noexcept { return mutex_; }
 
   /// Runs one statement, in which no colon outside of quotes stands for a value, and reads what it
@@ -88,10 +94,15 @@ class Connection {
   void ForgetOwners() noexcept;
 
   /// Runs `work`, a part of the statement `sql`, and reports how it failed. A failure spoils the
-  /// transaction in progress.
+  /// transaction in progress. Where the connection was lost and nothing with it, `work` runs again.
   template <class Work>
   auto Guard(const std::string& sql, Work work) -> decltype(work()) {
     RequireUnspoiled(sql);
+    try {
+      return work();
+    } catch (const soci::soci_error& error) {
+      RequireAnotherTry(sql, error);
+    }
     try {
       return work();
     } catch (const soci::soci_error& error) {
@@ -100,20 +111,25 @@ class Connection {
   }
 
  private:
-  void Open(const Location& location, Access access);
-  void SetUpSqlite(Access access);
-  void SetUpPostgresql(Access access);
+  void Connect();
+  void Open(const Location& location);
+  void SetUpSqlite();
+  void SetUpPostgresql();
   Rows Run(const std::string& sql, long long* affected = nullptr);
   void RequireUnspoiled(const std::string& sql) const;
+  void RequireAnotherTry(const std::string& sql, const soci::soci_error& error);
+  bool IsLost() const;
   [[noreturn]] void Fail(const std::string& sql, const soci::soci_error& error);
+  [[noreturn]] void FailAsLost(const std::string& sql, const soci::soci_error& error);
   std::string Words(const soci::soci_error& error) const;
 
   std::string url_;
   std::string name_;
   Kind kind_ = Kind::kSqlite;
   std::chrono::milliseconds patience_;
+  Access access_;
   std::recursive_mutex mutex_;
-  soci::session session_;
+  std::shared_ptr<soci::session> session_;
   Journal* journal_ = nullptr;
   std::vector<Gathering*> gatherings_;
   std::map<std::string, std::uint64_t> generations_;

@@ -4,6 +4,7 @@
 #include "panel/db/database.h"
 
 #include <mutex>
+#include <optional>
 
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
@@ -62,6 +63,10 @@ Database::Database(const std::string& url, Access access)
 }
 
 bool Database::HasChange(const std::string& change) {
+  std::optional<Transaction> behind_others;
+  if (connection_->kind() == Kind::kPostgresql) {
+    behind_others.emplace(*this, Transaction::Changes::kUnlisted);
+  }
   Rows rows =
       connection_->Query("SELECT panel FROM last_change WHERE name = " + Quote(change, "text"));
   return !fen_db::Result(std::make_unique<Rows>(std::move(rows))).Eof();
@@ -107,6 +112,15 @@ void Transaction::Commit(const std::string& panel, const std::string& change) {
 
 const std::vector<RowChange>& Transaction::changes() const noexcept {
   return journal_->changes;
+}
+
+/// SQLite takes note of them by itself.
+void GoOnBehindKeys(const std::string& table) {
+  Connection& connection = CurrentConnection();
+  if (connection.kind() == Kind::kSqlite) return;
+  const std::string sequence = "pg_get_serial_sequence('" + table + "', 'id')";
+  connection.Query("SELECT setval(" + sequence + ", greatest(max(id), pg_sequence_last_value(" +
+                   sequence + "))) FROM " + table);
 }
 
 GatheredInserts::GatheredInserts(const std::string& table, const std::string& owner)

@@ -47,7 +47,8 @@ class Database {
 
   fen_db::Cache& cache() noexcept { return *cache_; }
 
-  /// Whether the change of this name is the last one that a panel has committed.
+  /// Whether the change of this name is the last one that a panel has committed. A server may be
+  /// about to commit it still, for a process that is gone; that is waited for.
   bool HasChange(const std::string& change);
 
  private:
@@ -125,6 +126,9 @@ class GatheredInserts {
   Connection& connection_;
   std::unique_ptr<Gathering> gathering_;
 };
+
+/// Some rows of the table were given keys: those of new rows go on behind the greatest there was.
+void GoOnBehindKeys(const std::string& table);
 
 /// A column and the value that a row must have in it, in the form in which it is stored.
 struct Match {

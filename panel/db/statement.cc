@@ -18,7 +18,7 @@ Statement::Statement(Connection& connection, std::string sql, std::vector<Variab
 /// the next one, it keeps its view of the database and does not commit.
 bool Statement::Run() {
   return connection_.Guard(sql_, [this] {
-    if (!statement_) Prepare();
+    if (!statement_ || session_ != connection_.session()) Prepare();
     try {
       const bool has_row = statement_->execute(true);
       if (has_row) statement_->fetch();
@@ -31,7 +31,9 @@ bool Statement::Run() {
 }
 
 void Statement::Prepare() {
-  soci::statement statement(connection_.session());
+  statement_.reset();
+  session_ = connection_.session();
+  soci::statement statement(*session_);
   statement.alloc();
   statement.prepare(sql_);
   for (const Variable& result : results_) {

@@ -9,6 +9,7 @@
 
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -45,6 +46,7 @@ class Statement {
   std::string sql_;
   std::vector<Variable> values_;
   std::vector<Variable> results_;
+  std::shared_ptr<soci::session> session_;  ///< on which it was prepared; it must go first
   std::optional<soci::statement> statement_;
 };
 

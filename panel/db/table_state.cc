@@ -15,6 +15,7 @@
 #include "panel/db/gathering.h"
 #include "panel/db/row_text.h"
 #include "panel/db/sql_text.h"
+#include "panel/text/utf8.h"
 
 namespace panel::db {
 namespace {
@@ -127,7 +128,8 @@ bool TableState::Find(const std::vector<Match>& matches) {
   const std::lock_guard lock(Attached().mutex());
   if (Remembers(matches)) return Recall();
   memory_.reset();
-  const bool found = Query(matches);
+  Leave();
+  const bool found = CanBeThere(matches) && Query(matches);
   memory_ = Memory{matches, found, *generation_};
   return found;
 }
@@ -136,6 +138,14 @@ bool TableState::Find(const std::vector<Match>& matches) {
 bool TableState::Remembers(const std::vector<Match>& matches) const {
   return memory_ && connection_->journal() != nullptr && memory_->generation == *generation_ &&
          memory_->matches == matches;
+}
+
+/// PostgreSQL keeps no text that is not UTF-8, and refuses to look for one.
+bool TableState::CanBeThere(const std::vector<Match>& matches) const {
+  return connection_->kind() == Kind::kSqlite ||
+         std::all_of(matches.begin(), matches.end(), [](const Match& match) {
+           return IsNumber(match) || IsUtf8(std::get<std::string>(match.value));
+         });
 }
 
 bool TableState::Recall() {
@@ -230,9 +240,17 @@ void TableState::RequireRow() const {
   if (Eof()) throw fen_err::Error("missing", table_, "");
 }
 
+/// SQLite keeps any bytes, as a table made by hand may hold them.
+void TableState::RequireStorable(const std::string& text, const std::string& column) const {
+  RequireNoNul(text, column);
+  if (connection_->kind() == Kind::kSqlite || IsUtf8(text)) return;
+  throw fen_err::Error("value", column,
+                       text + " is not UTF-8, as each text of a PostgreSQL database must be");
+}
+
 void TableState::RequireStorable() const {
   for (const Column& column : columns_) {
-    if (column.type == Type::kText) RequireNoNul(column.field->Str(), column.field->name());
+    if (column.type == Type::kText) RequireStorable(column.field->Str(), column.field->name());
   }
   const fen_db::Field& key = *fields_.front();
   if (stands_on_ == StandsOn::kFoundRow && key.Str() != before_.front()) {
@@ -307,7 +325,7 @@ void TableState::LearnKey() {
   long long& key = columns_.front().number;
   if (connection_->kind() == Kind::kSqlite) {
     connection_->Guard("last_insert_rowid",
-                       [&] { connection_->session().get_last_insert_id(table_, key); });
+                       [&] { connection_->session()->get_last_insert_id(table_, key); });
   }
   static_cast<fen_db::IntField&>(*fields_.front()) = key;
 }

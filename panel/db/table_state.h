@@ -102,6 +102,8 @@ class TableState {
 
   void RequireRow() const;
   void RequireStorable() const;
+  void RequireStorable(const std::string& text, const std::string& column) const;
+  bool CanBeThere(const std::vector<Match>& matches) const;
   void Insert();
   void Gather(Gathering& gathering);
   void InsertGathered();

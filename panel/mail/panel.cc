@@ -7,7 +7,9 @@
 #include <climits>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -147,11 +149,14 @@ std::string OutstandingTools() {
   return pending + "the next change makes up for it, and so does: " + FixCommand() + "\n";
 }
 
-/// Tells panels apart that share a database.
+/// Tells panels apart that share a database. Machines that nobody has given a name have the same
+/// one.
 std::string PanelName() {
   std::array<char, HOST_NAME_MAX + 1> host{};
   gethostname(host.data(), host.size() - 1);
-  return std::string(host.data()) + ":" + CurrentConfig().state_dir.string();
+  std::string machine;
+  std::getline(std::ifstream("/etc/machine-id") >> std::ws, machine);
+  return std::string(host.data()) + ":" + machine + ":" + CurrentConfig().state_dir.string();
 }
 
 /// Takes the steps that an earlier change did not come to. What keeps them from being taken is for
@@ -200,16 +205,20 @@ Panel::Panel(const Config& config, Notices notices, Purpose purpose)
   database_.emplace(config.database);
   ForgetExtensions();
   FailureOf(&RemoveCopyOfMainCf);  // is tried again before another one is made
-  unsettled_ = FailureOf([this] { SettleKilledChange(); });
+  SettleKilledChange();
   if (!unsettled_) return;
   if (purpose == Purpose::kChange) throw *unsettled_;
   Warn(std::string(unsettled_->what()) + "\n");
 }
 
-/// A process that was killed while it saved has left some files new and some old.
+/// A process that was killed while it saved has left some files new and some old, and so has a
+/// change of which the database did not say what became.
 void Panel::SettleKilledChange() {
-  const conf::Settled settled = conf::SettleJournal(
-      [this](const std::string& change) { return database_->HasChange(change); });
+  conf::Settled settled;
+  unsettled_ = FailureOf([this, &settled] {
+    settled = conf::SettleJournal(
+        [this](const std::string& change) { return database_->HasChange(change); });
+  });
   if (settled.came_back) Log("mail", "took the table files of a change back that was killed");
   for (const std::string& file : settled.edited) {
     Warn(file + " was edited since the change that wrote it was killed, and stays as it is;\n" +
@@ -218,6 +227,8 @@ void Panel::SettleKilledChange() {
 }
 
 void Panel::Change(const std::function<void()>& work) {
+  if (!database_) database_.emplace(CurrentConfig().database);
+  if (unsettled_ || conf::IsJournalThere()) SettleKilledChange();
   if (unsettled_) throw *unsettled_;
   RequireTables();
   SetUpModules();
@@ -330,19 +341,17 @@ std::optional<fen_err::Error> Panel::Commit(conf::Operation& operation,
   return std::nullopt;
 }
 
-/// A server may have stored the change though its answer did not come through, so that the next
-/// operation asks it. SQLite may have written the change into its log and failed behind that; it
+/// A server may have stored the change though its answer did not come through, and says so once it
+/// can be reached again. SQLite may have written the change into its log and failed behind that; it
 /// reads the log when the database is opened anew, and then knows.
 bool Panel::IsStored(const std::string& change, const fen_err::Error& cause) {
-  const std::string& url = CurrentConfig().database;
-  const bool is_asked_now = db::ParseUrl(url).kind == db::Kind::kSqlite;
   bool is_stored = false;
   const auto ask = [&] {
     database_.reset();
-    database_.emplace(url);
+    database_.emplace(CurrentConfig().database);
     is_stored = database_->HasChange(change);
   };
-  if (is_asked_now && !FailureOf(ask)) return is_stored;
+  if (!FailureOf(ask)) return is_stored;
   throw PartlyDone(cause,
                    "whether the database holds the change is not known yet; the next operation "
                    "finds out, and puts the old table files back if it does not\n");

@@ -126,6 +126,31 @@ TEST_P(DatabaseRows, LeaveTheTableAtItsEndWhenNotFound) {
   EXPECT_EQ(domain->name.Str(), "");
 }
 
+TEST_P(DatabaseRows, GetKeysBehindOneThatWasGiven) {
+  const std::int64_t domain = AddDomain("example.org");
+  EXPECT_EQ(AddMailbox(domain, "first"), 1);
+  cache().Query("INSERT INTO email (id, name, domain) VALUES (7, 'given', 1)");
+  panel::db::GoOnBehindKeys("email");
+  EXPECT_EQ(AddMailbox(domain, "next"), 8);
+  cache().Query("DELETE FROM email WHERE id > 1");
+  panel::db::GoOnBehindKeys("email");
+  EXPECT_EQ(AddMailbox(domain, "last"), 9);
+}
+
+/// A table made by hand may hold any bytes.
+TEST_P(DatabaseRows, AreOfAnyBytesOnSqliteAndOfUtf8OnPostgresql) {
+  const std::string latin1 = "caf\xe9.example";
+  const auto domain = cache().Get<zeb_db::EmailDomainTable>();
+  EXPECT_FALSE(domain->name.Lookup(latin1));
+  domain->New();
+  domain->name = latin1;
+  EXPECT_EQ(ErrorOf([&] { domain->Post(); }),
+            IsSqlite() ? "no error"
+                       : "value: name: caf\xe9.example is not UTF-8, as each text of a PostgreSQL "
+                         "database must be");
+  EXPECT_EQ(domain->name.Lookup(latin1), IsSqlite());
+}
+
 TEST_P(DatabaseRows, AreFoundByAConditionTheFirstByKey) {
   AddDomain("c.example");
   const std::int64_t first = AddDomain("b.example");

@@ -99,7 +99,8 @@ void PostgresqlServer::MakeHome() const {
 void PostgresqlServer::Start() {
   const std::vector<std::string> words =
       ServerWords("postgres", {"-D", home_ / "data", "-k", home_, "-c", "listen_addresses=", "-c",
-                               waits_for_disk_ ? "fsync=on" : "fsync=off"});
+                               waits_for_disk_ ? "fsync=on" : "fsync=off", "-c",
+                               "synchronous_standby_names=gone", "-c", "synchronous_commit=local"});
   std::vector<char*> pointers;
   pointers.reserve(words.size() + 1);
   for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
@@ -135,27 +136,24 @@ std::string PostgresqlServer::MakeDatabase() {
 }
 
 int PostgresqlServer::EndConnections(const std::string& url) const {
-  const std::size_t begin = std::string("postgresql:///").size();
-  const std::string name = url.substr(begin, url.find('?') - begin);
   return std::stoi(Ask(Url("postgres"),
                        "SELECT count(pg_terminate_backend(pid, 10000)) FROM pg_stat_activity"
                        " WHERE datname = '" +
-                           name + "'"));
+                           NameIn(url) + "'"));
+}
+
+std::string PostgresqlServer::NameIn(const std::string& url) {
+  const std::size_t begin = std::string("postgresql:///").size();
+  return url.substr(begin, url.find('?') - begin);
 }
 
 std::string PostgresqlServer::Ask(const std::string& url, const std::string& query) {
   return std::string(panel::db::Connection(url).Query(query).Cell(0));
 }
 
-void PostgresqlServer::HoldCommits(bool are_held) const {
-  panel::db::Connection connection(Url("postgres"));
-  connection.Query(std::string("ALTER SYSTEM SET synchronous_standby_names = ") +
-                   (are_held ? "'gone'" : "''"));
-  connection.Query("SELECT pg_reload_conf()");
-  const std::string expected = are_held ? "gone" : "";
-  while (Ask(Url("postgres"), "SHOW synchronous_standby_names") != expected) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+void PostgresqlServer::HoldCommits(const std::string& url) const {
+  panel::db::Connection(Url("postgres"))
+      .Query("ALTER DATABASE " + NameIn(url) + " SET synchronous_commit = on");
 }
 
 void PostgresqlServer::WaitForHeldCommit() const {

@@ -51,15 +51,16 @@ class PostgresqlServer {
   /// What the first column of a query on the database at `url` gives first.
   static std::string Ask(const std::string& url, const std::string& query);
 
-  /// Has each COMMIT that writes wait behind having stored its change, as for a standby server that
-  /// is gone, or no more; and waits until one does.
-  void HoldCommits(bool are_held) const;
+  /// Has new connections to the database at `url` wait in each COMMIT, behind having stored what it
+  /// is to store, as for a standby server that is gone.
+  void HoldCommits(const std::string& url) const;
   void WaitForHeldCommit() const;
 
   /// Makes a database that is not there yet and returns its URL.
   std::string MakeDatabase();
 
  private:
+  static std::string NameIn(const std::string& url);
   void MakeHome() const;
   void WaitUntilReady() const;
 

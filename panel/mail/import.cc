@@ -6,10 +6,12 @@
 #include <algorithm>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "host/fen_err.h"
 #include "panel/db/web_domain.h"
+#include "panel/mail/adoption.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/names.h"
 
@@ -130,6 +132,11 @@ class Importer {
   template <class Work>
   void At(const ImportLine& line, const Work& work);
 
+  /// What a line did that found its thing as it is to be.
+  std::size_t& CountOfNothing(const ImportLine& line, ImportResult& result) const {
+    return taken_over_.contains(&line) ? result.added : result.unchanged;
+  }
+
   void RequireOneLineEach();
   void BringIn(const ImportLine& line, const WebDomain& said);
   void BringIn(const ImportLine& line, const DomainLine& said);
@@ -154,6 +161,7 @@ class Importer {
     std::unordered_map<std::string, Mailbox> mailboxes;
   };
   std::unordered_map<std::string, DomainBefore> before_;
+  std::unordered_set<const ImportLine*> taken_over_;  ///< whose things the tables alone had
   std::vector<const ImportLine*> new_mailboxes_;
   std::vector<MailboxTask> tasks_;
   ImportResult web_domains_{"webdomains"};
@@ -165,6 +173,8 @@ class Importer {
 
 std::vector<ImportResult> Importer::Run() {
   RequireOneLineEach();
+  taken_over_ =
+      TakeOver(lines_, mail_, [this](const ImportLine& line, const auto& step) { At(line, step); });
   ForEach<WebDomain>(&Importer::BringIn);
   ForEach<DomainLine>(&Importer::BringIn);
   ForEach<MailboxLine>(&Importer::BeginChange);
@@ -224,7 +234,7 @@ void Importer::BringIn(const ImportLine& /*line*/, const WebDomain& said) {
   }
 }
 
-void Importer::BringIn(const ImportLine& /*line*/, const DomainLine& said) {
+void Importer::BringIn(const ImportLine& line, const DomainLine& said) {
   if (!mail_.HasDomain(said.name)) {
     mail_.CreateDomain(said.name, said.settings);
     ++domains_.added;
@@ -235,7 +245,7 @@ void Importer::BringIn(const ImportLine& /*line*/, const DomainLine& said) {
   const bool is_switched = said.active.value_or(was_active) != was_active;
   if (is_changed) mail_.UpdateDomain(said.name, said.settings);
   if (is_switched && !was_active) mail_.ResumeDomain(said.name);
-  ++(is_changed || is_switched ? domains_.changed : domains_.unchanged);
+  ++(is_changed || is_switched ? domains_.changed : CountOfNothing(line, domains_));
 }
 
 void Importer::BeginChange(const ImportLine& line, const MailboxLine& said) {
@@ -275,7 +285,7 @@ void Importer::BeginChange(const ImportLine& line, const MailboxLine& said, cons
   const MailboxChange change(said, now, GivesNewAnswer(said));
   const bool is_active = said.active.value_or(now.active);
   if (!change.IsAny() && is_active == now.active) {
-    ++mailboxes_.unchanged;
+    ++CountOfNothing(line, mailboxes_);
     return;
   }
   ++mailboxes_.changed;
@@ -308,11 +318,11 @@ void Importer::Deliver(const MailboxTask& task) {
   }
 }
 
-void Importer::BringIn(const ImportLine& /*line*/, const SenderLine& said) {
+void Importer::BringIn(const ImportLine& line, const SenderLine& said) {
   ImportResult& result = said.list == SenderList::kWhite ? white_ : black_;
   const bool is_new = !IsListed(said.list, said.value);
   if (is_new) AddToList(said.list, {said.value});
-  ++(is_new ? result.added : result.unchanged);
+  ++(is_new ? result.added : CountOfNothing(line, result));
 }
 
 void Importer::Suspend(const MailboxTask& task) {

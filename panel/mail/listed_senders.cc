@@ -147,6 +147,10 @@ bool IsListed(SenderList list, const std::string& text) {
   return Has(list, text) || Has(list, CheckedSender(list, text));
 }
 
+void TakeListed(SenderList list, const std::string& text) {
+  AddRow(list, CheckedSender(list, text));
+}
+
 SenderValues AddToList(SenderList list, const SenderValues& values) {
   SenderValues added;
   for (const std::string& text : values) {

@@ -50,6 +50,9 @@ std::string CheckedSender(SenderList list, const std::string& text);
 /// Whether the list has the value, as it is given or in the form in which it is kept.
 bool IsListed(SenderList list, const std::string& text);
 
+/// The panel takes note of one that the table has already.
+void TakeListed(SenderList list, const std::string& text);
+
 /// The values of the list, in the order of their texts.
 std::vector<std::string> ListSenders(SenderList list);
 

@@ -133,6 +133,7 @@ TEST_F(PostgresqlLost, BehindTheCommitKeepsTheChange) {
   EndConnections();
   std::thread ending([this] {
     server_.WaitForHeldCommit();
+    server_.ReleaseCommits(url_);
     EndConnections();
   });
   const std::string failure = FailureOf([] { MailModule().CreateDomain("a.example", {}); });

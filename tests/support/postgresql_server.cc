@@ -156,6 +156,11 @@ void PostgresqlServer::HoldCommits(const std::string& url) const {
       .Query("ALTER DATABASE " + NameIn(url) + " SET synchronous_commit = on");
 }
 
+void PostgresqlServer::ReleaseCommits(const std::string& url) const {
+  panel::db::Connection(Url("postgres"))
+      .Query("ALTER DATABASE " + NameIn(url) + " RESET synchronous_commit");
+}
+
 void PostgresqlServer::WaitForHeldCommit() const {
   while (Ask(Url("postgres"),
              "SELECT count(*) FROM pg_stat_activity WHERE wait_event = 'SyncRep'") == "0") {

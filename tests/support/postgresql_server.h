@@ -54,6 +54,7 @@ class PostgresqlServer {
   /// Has new connections to the database at `url` wait in each COMMIT, behind having stored what it
   /// is to store, as for a standby server that is gone.
   void HoldCommits(const std::string& url) const;
+  void ReleaseCommits(const std::string& url) const;
   void WaitForHeldCommit() const;
 
   /// Makes a database that is not there yet and returns its URL.

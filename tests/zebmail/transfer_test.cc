@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/postgresql_server.h"
 #include "tests/zebmail/hand_kept_panel.h"
 
 namespace zebmail_test {
@@ -140,6 +141,102 @@ TEST_F(TransferOfAll, IntoThePanelItselfChangesNothing) {
   EXPECT_EQ(Import(Export()), Counts({"0 0 1", "0 0 2", "0 0 4", "0 0 3", "0 0 3"}));
 
   EXPECT_EQ(Everything(), before);
+}
+
+/// A panel that goes on with its tables and a database that knows nothing of them.
+class MoveOfAll : public TransferOfAll {
+ protected:
+  /// Something of every kind more, and keys that are not those that new rows would get.
+  MoveOfAll() {
+    panel_.Do({"mailbox", "delete", "info@bücher.example"});
+    panel_.Do({"domain", "create", "moved.example", "--default-action", "redir_domain",
+               "--redirect", "c.example"});
+    panel_.Run({"domain", "create", "six.example", "--ip", "2001:db8::6"});
+    panel_.Do({"mailbox", "create", "away@moved.example"});
+    panel_.Do({"forward", "add", "away@moved.example", "z@c.example"});
+    panel_.Do({"responder", "on", "away@moved.example"});
+    panel_.Do({"mailbox", "suspend", "away@moved.example"});
+    panel_.Do({"mailbox", "create", "answer@moved.example", "--drop-mail"});
+    panel_.Do({"responder", "on", "answer@moved.example"});
+  }
+
+  void MoveTo(const std::string& database) {
+    panel_.MoveTo(database);
+    panel_.ChangeDatabase([] {});  // a file is never made anew by a command
+  }
+
+  void ExpectWholeMoveTo(const std::string& database) {
+    EXPECT_EQ(panel_.Do({"check"}), "nothing is wrong\n");
+    const std::string lines = Export();
+    const auto tables = Snapshot(panel_.Path("panel/mail"));
+    const auto responders = Snapshot(panel_.Path("panel/state/responder"));
+    MoveTo(database);
+
+    EXPECT_EQ(Import(lines), Counts({"1 0 0", "4 0 0", "5 0 0", "3 0 0", "3 0 0"}));
+
+    EXPECT_EQ(Export(), lines);
+    EXPECT_EQ(Snapshot(panel_.Path("panel/mail")), tables);
+    EXPECT_EQ(Snapshot(panel_.Path("panel/state/responder")), responders);
+    EXPECT_EQ(panel_.Do({"check"}), "nothing is wrong\n");
+    EXPECT_EQ(Import(lines), Counts({"0 0 1", "0 0 4", "0 0 5", "0 0 3", "0 0 3"}));
+    ExpectToGoOn();
+  }
+
+ private:
+  /// No key of a mailbox is given again.
+  void ExpectToGoOn() {
+    panel_.Do({"mailbox", "create", "new@moved.example"});
+    panel_.Do({"responder", "on", "new@moved.example"});
+    panel_.Do({"mailbox", "resume", "away@moved.example"});
+    panel_.Do({"responder", "off", "answer@moved.example"});
+    EXPECT_EQ(panel_.Do({"check"}), "nothing is wrong\n");
+  }
+};
+
+TEST_F(MoveOfAll, ToAnotherDatabaseLeavesTheTablesAsTheyAre) {
+  const test_support::TestDatabase other(panel_.Path("panel/other.db"));
+  ExpectWholeMoveTo(other.url());
+}
+
+TEST_F(MoveOfAll, IsRefusedWhileTheTablesSaySomethingElse) {
+  const std::string lines = Export();
+  const test_support::TestDatabase other(panel_.Path("panel/other.db"));
+  MoveTo(other.url());
+  const std::string addresses = panel_.Table("virtusertable");
+  const std::string entries = panel_.Table("aliases");
+  const auto without = [](std::string text, const std::string& part) {
+    return text.erase(text.find(part), part.size());
+  };
+  const std::string begin =
+      " the tables have things that the lines speak of and the panel does "
+      "not have, but they do not say the same: a sync behind this would "
+      "have these ";
+
+  panel_.SetTable("virtusertable", without(addresses, "shop@a.example\tinfo@a.example\n"));
+  EXPECT_EQ(FailureOf(lines), "exists: aliases:" + begin +
+                                  "removed shop@a.example of info@a.example; put the lines or the "
+                                  "tables right\n");
+  panel_.SetTable("virtusertable", addresses);
+
+  panel_.SetTable("aliases", without(entries, "y@c.example,"));
+  EXPECT_EQ(FailureOf(lines), "exists: forwards:" + begin +
+                                  "removed y@c.example of info@a.example; put the lines or the "
+                                  "tables right\n");
+
+  panel_.SetTable("aliases", without(entries, "," + panel_.AnswerOf(1)));
+  EXPECT_EQ(FailureOf(lines),
+            "exists: standard input:4: mailbox: info@a.example is in the tables, and the panel "
+            "does not have it, but the aliases do not run its responder; put the line or the "
+            "tables right\n");
+}
+
+class PostgresqlMoveOfAll : public MoveOfAll {
+ protected:
+  test_support::PostgresqlServer server_;
+};
+
+TEST_F(PostgresqlMoveOfAll, FromAFileLosesNothing) {
+  ExpectWholeMoveTo(server_.MakeDatabase());
 }
 
 TEST_F(Transfer, OfAnEmptyPanelIsEmpty) {

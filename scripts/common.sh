@@ -37,6 +37,14 @@ is_installed() {
   [[ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
 }
 
+# What starts PostgreSQL servers starts its own; no other one is to run because of it.
+keep_postgresql_idle() {
+  local settings=/etc/postgresql-common/createcluster.conf
+  if ((EUID != 0)) || is_installed postgresql-common || [[ -e "$settings" ]]; then return; fi
+  mkdir -p "${settings%/*}"
+  echo 'create_main_cluster = false' >"$settings"
+}
+
 # Installs those of the packages that are missing. What is installed stays as it is.
 need_packages() {
   local package missing=()

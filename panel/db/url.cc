@@ -4,6 +4,7 @@
 #include "panel/db/url.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -22,8 +23,10 @@ constexpr const char* kHidden = "***";
 constexpr const char* kWhatToWrite =
     "write sqlite3:///ABSOLUTE/PATH or postgresql://HOST/DATABASE?user=NAME";
 
-/// A panel must not stand still for minutes because a server does not answer.
-constexpr std::string_view kConnectTimeout = "connect_timeout=10";
+/// A panel must not stand still for minutes because a server does not answer, nor for hours because
+/// one is gone without a word.
+constexpr std::array<std::string_view, 4> kDefaults = {
+    "connect_timeout=10", "keepalives_idle=30", "keepalives_interval=10", "keepalives_count=3"};
 
 /// A part of a text, from `begin` up to `end`.
 struct Span {
@@ -110,9 +113,10 @@ Location PostgresqlLocation(const std::string& url) {
   CheckPostgresqlUrl(url);
   std::string connect_string = url;
   const std::size_t mark = QueryMark(url);
-  if (url.find("connect_timeout=", mark) == std::string::npos) {
-    connect_string += mark == url.size() ? '?' : '&';
-    connect_string += kConnectTimeout;
+  for (const std::string_view one : kDefaults) {
+    if (url.find(one.substr(0, one.find('=') + 1), mark) != std::string::npos) continue;
+    connect_string += connect_string.size() == mark ? '?' : '&';
+    connect_string += one;
   }
   return {Kind::kPostgresql, "postgresql", connect_string, {}};
 }

@@ -5,7 +5,8 @@
 ///   Takes lines, each of which says what a thing of the panel is to be like: a web domain, a
 ///   domain, a mailbox, a listed sender. What the panel does not have is added, what is otherwise
 ///   is changed, what is so already is left alone, and what no line speaks of stays as it is. What
-///   a line leaves out stays as it is too, or is as that of any new thing.
+///   a line leaves out stays as it is too, or is as that of any new thing. What the tables have and
+///   the panel does not is taken over (adoption.h).
 ///
 /// IN WHICH ORDER
 ///   The lines may come in any order. Aliases and forwards that lines take away go before others

@@ -56,16 +56,20 @@ TEST(DatabaseUrl, RefusesControlCharacters) {
             "database: sqlite3:///a\nb: must not hold control characters");
 }
 
-TEST(DatabaseUrl, GivesAPostgresqlServerTenSecondsToAnswer) {
-  EXPECT_EQ(ParseUrl("postgresql://host/panel").connect_string,
-            "postgresql://host/panel?connect_timeout=10");
+TEST(DatabaseUrl, GivesAPostgresqlServerTenSecondsToAnswerAndAMinuteToBeGone) {
+  const std::string times =
+      "connect_timeout=10&keepalives_idle=30&keepalives_interval=10&keepalives_count=3";
+  EXPECT_EQ(ParseUrl("postgresql://host/panel").connect_string, "postgresql://host/panel?" + times);
   EXPECT_EQ(ParseUrl("postgresql://host/panel?user=a").connect_string,
-            "postgresql://host/panel?user=a&connect_timeout=10");
+            "postgresql://host/panel?user=a&" + times);
 }
 
-TEST(DatabaseUrl, LeavesAConnectTimeoutOfItsOwn) {
-  EXPECT_EQ(ParseUrl("postgresql:///panel?connect_timeout=2").connect_string,
-            "postgresql:///panel?connect_timeout=2");
+TEST(DatabaseUrl, LeavesTimesOfItsOwn) {
+  EXPECT_EQ(ParseUrl("postgresql:///panel?keepalives_count=1&connect_timeout=2&"
+                     "keepalives_idle=5")
+                .connect_string,
+            "postgresql:///panel?keepalives_count=1&connect_timeout=2&keepalives_idle=5&"
+            "keepalives_interval=10");
 }
 
 TEST(DatabaseUrl, RefusesAPostgresqlUrlWithoutADatabase) {

@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "panel/db/connection.h"
 #include "tests/support/lines.h"
 #include "tests/support/postgresql_server.h"
 #include "tests/zebmail/own_panel.h"
@@ -104,6 +105,35 @@ TEST_F(PostgresqlShared, MakesAThingForOneOfThemOnly) {
   EXPECT_EQ(made, 1);
   const std::string tables = one_.Table("virtusertable") + other_.Table("virtusertable");
   EXPECT_EQ(tables, "@same.example\tpostfix_err_nouser\n");
+}
+
+TEST_F(PostgresqlShared, KeepsSchemasApart) {
+  panel::db::Connection connection(url_);
+  for (const char* name : {"mx1", "mx2"}) connection.Query(std::string("CREATE SCHEMA ") + name);
+  const OwnPanel mx1(url_ + "&options=-csearch_path%3Dmx1");
+  const OwnPanel mx2(url_ + "&options=-csearch_path%3Dmx2");
+
+  mx1.Do({"domain", "create", "same.example"});
+  mx2.Do({"domain", "create", "same.example", "--default-action", "ignore"});
+
+  EXPECT_THAT(mx1.Do({"domain", "list"}), HasSubstr("same.example  active  error "));
+  EXPECT_THAT(mx2.Do({"domain", "list"}), HasSubstr("same.example  active  ignore "));
+  EXPECT_EQ(mx1.Do({"check"}), "nothing is wrong\n");
+  EXPECT_EQ(one_.Do({"export"}), "");
+}
+
+/// Such a thing is not in the tables of the other panel.
+TEST_F(PostgresqlShared, LetsNoneChangeWhatOnlyTheOtherHasInItsTables) {
+  one_.Do({"domain", "create", "a.example"});
+  const std::string rows = one_.Do({"export"});
+
+  const CommandRun run = other_.Run({"domain", "suspend", "a.example"});
+
+  EXPECT_EQ(run.errors,
+            "zebmail: missing: " + other_.Path("panel/mail/virtusertable") + ": a.example\n");
+  EXPECT_EQ(one_.Do({"export"}), rows);
+  EXPECT_THAT(other_.Run({"check"}).output, HasSubstr("domains are not the same in the tables"));
+  EXPECT_EQ(one_.Do({"check"}), "nothing is wrong\n");
 }
 
 /// A postmap that has begun, and goes on until it is let.

@@ -7,8 +7,8 @@
 # shellcheck disable=SC2034
 readonly packages=(
   g++ cmake ninja-build pkg-config libsoci-dev libboost-dev libtomlplusplus-dev
-  libcli11-dev nlohmann-json3-dev libspdlog-dev libidn2-dev libgmime-3.0-dev postfix postfix-lmdb
-  vacation
+  libcli11-dev nlohmann-json3-dev libspdlog-dev libidn2-dev libunistring-dev libgmime-3.0-dev
+  postfix postfix-lmdb vacation
 )
 
 # What it takes to build the fuzz targets besides.

@@ -58,7 +58,7 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 }
 
 Status WrongUsage(const std::string& what) {
-  std::cerr << "zebmail: usage: " << Shown(what) << "\nSee: zebmail --help\n";
+  std::cerr << ErrorMark() << "usage: " << Shown(what) << "\nSee: zebmail --help\n";
   return kWrongUsage;
 }
 
@@ -79,7 +79,8 @@ std::optional<Status> Parse(CLI::App& app, const Invocation& invocation, int arg
 Status Printed(Status status) {
   std::cout.flush();
   if (std::cout) return status;
-  std::cerr << "zebmail: output: cannot be written\n";
+  std::cerr << ErrorMark() << "output: cannot be written\n"
+            << "next: what the command was to do has been done; only its words are lost\n";
   return kFailed;
 }
 

@@ -3,16 +3,16 @@
 
 #include "zebmail/output.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
-
-#include <unistd.h>
+#include <sstream>
 
 #include "host/fen_err.h"
 #include "panel/text/control_characters.h"
 #include "panel/text/shortened.h"
 #include "zebmail/diff.h"
+#include "zebmail/next_step.h"
+#include "zebmail/table.h"
 
 namespace zebmail {
 namespace {
@@ -27,19 +27,30 @@ std::string Lines(std::string_view text) {
   return lines;
 }
 
-/// How many columns `text` takes, counting each character of Unicode as one.
-std::size_t Width(const std::string& text) {
-  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-    return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
-  }));
-}
-
 std::string OrDash(const std::string& text) {
   return text.empty() ? "-" : text;
 }
 
-std::string State(bool active) {
-  return active ? "active" : "suspended";
+Cell State(bool active) {
+  return active ? Cell("active") : Cell("suspended", Style::kNotice);
+}
+
+/// A line of a diff, by what it begins with; the first two name the file.
+Style StyleOf(std::string_view line, bool is_name) {
+  if (is_name) return Style::kHeading;
+  if (line.starts_with('+')) return Style::kGood;
+  return line.starts_with('-') ? Style::kBad : Style::kPlain;
+}
+
+/// A diff as a terminal shows it: what is hidden, but for tabs, is escaped.
+std::string Coloured(const std::string& diff) {
+  std::istringstream lines(panel::EscapeHidden(diff, "\n\t"));
+  std::string text;
+  int number = 0;
+  for (std::string line; std::getline(lines, line); ++number) {
+    text += Styled(StyleOf(line, number < 2), line) + "\n";
+  }
+  return text;
 }
 
 std::string Flag(const std::string& name, bool value) {
@@ -62,7 +73,8 @@ void Print(const Invocation& invocation, const Json& document, const std::string
 
 void Confirm(const Invocation& invocation, const std::string& name, const std::string& done,
              const Json& document) {
-  if (!invocation.quiet) Print(invocation, document, OneLine(name) + ": " + OneLine(done) + "\n");
+  if (invocation.quiet) return;
+  Print(invocation, document, OneLine(name) + ": " + Styled(Style::kGood, OneLine(done)) + "\n");
 }
 
 const std::string& NameOf(const panel::mail::Domain& domain) {
@@ -138,23 +150,6 @@ std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes) {
   return Align(rows);
 }
 
-std::string Align(const std::vector<Row>& rows) {
-  std::vector<std::size_t> widths(rows.front().size());
-  for (const Row& row : rows) {
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      widths[column] = std::max(widths[column], Width(row[column]));
-    }
-  }
-  std::string text;
-  for (const Row& row : rows) {
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
-    }
-    text += row.back() + "\n";
-  }
-  return text;
-}
-
 std::string ToLines(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += OneLine(name) + "\n";
@@ -175,16 +170,25 @@ Json ToJson(const panel::mail::Rehearsal& rehearsal) {
 
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal) {
   if (invocation.json) return PrintJson(ToJson(rehearsal));
+  const bool is_terminal = TerminalWidth().has_value();
   std::string text;
   for (const auto& file : rehearsal.files) {
-    text += UnifiedDiff(file.path, file.before, file.after);
+    const std::string diff = UnifiedDiff(file.path, file.before, file.after);
+    text += is_terminal ? Coloured(diff) : diff;
   }
-  if (isatty(STDOUT_FILENO) != 0) text = panel::EscapeHidden(text, "\n\t");
   for (const auto& row : rehearsal.rows) {
     text += "database: " + row.what + " " + row.table + ": " + ToCopy(row.row) + "\n";
   }
   for (const std::string& tool : rehearsal.tools) text += "tool: " + ToCopy(tool) + "\n";
   std::cout << text;
+}
+
+std::string ErrorMark() {
+  return StyledError(Style::kBad, "zebmail:") + " ";
+}
+
+std::string WarningMark() {
+  return StyledError(Style::kNotice, "zebmail:") + " ";
 }
 
 void PrintError(const std::exception& error) {
@@ -194,25 +198,27 @@ void PrintError(const std::exception& error) {
     return;
   }
   if (known == nullptr) {
-    std::cerr << "zebmail: failure: " << Shown(error.what()) << "\n";
+    PrintError(fen_err::Error("failure", error.what(), ""));
     return;
   }
   const std::size_t end_of_value = known->value().find_last_not_of("\r\n") + 1;
   const std::string value = known->value().substr(0, end_of_value);
   const bool is_output = known->type() == "email" && value.find('\n') != std::string::npos;
-  std::string text = "zebmail: " + Shown(known->type());
+  std::string text = ErrorMark() + Shown(known->type());
   if (!known->object().empty()) text += ": " + Shown(known->object());
   if (!value.empty() && !is_output) text += ": " + Shown(value);
   text += "\n";
   if (is_output) text += Lines(value);
   if (const auto* partly = dynamic_cast<const panel::mail::PartlyDone*>(known)) {
     text += Lines(partly->outstanding());
+  } else if (const std::string step = NextStep(*known); !step.empty()) {
+    text += "next: " + ShownToCopy(step) + "\n";
   }
   std::cerr << text;
 }
 
 void PrintWarning(const std::string& text) {
-  std::cerr << "zebmail: " << Lines(text);
+  std::cerr << WarningMark() << Lines(text);
 }
 
 std::string Joined(const std::vector<std::string>& names) {

@@ -64,15 +64,9 @@ std::string ToText(const panel::mail::Mailbox& mailbox);
 /// The text of a responder stands below its other fields, after an empty line.
 std::string ToText(const panel::mail::Responder& responder);
 
-/// One line each below a line of headings, in columns; nothing when there are none.
+/// A table of them; nothing when there are none.
 std::string ToTable(const std::vector<panel::mail::Domain>& domains);
 std::string ToTable(const std::vector<panel::mail::Mailbox>& mailboxes);
-
-/// The cells of a table, row by row; the first row holds the headings.
-using Row = std::vector<std::string>;
-
-/// `rows` with the columns two blanks apart and no blanks at the ends of lines.
-std::string Align(const std::vector<Row>& rows);
 
 /// One line each.
 std::string ToLines(const std::vector<std::string>& names);
@@ -85,8 +79,12 @@ Json ToJson(const panel::mail::Rehearsal& rehearsal);
 /// stand in the table; elsewhere it is one that patch(1) takes.
 void PrintRehearsal(const Invocation& invocation, const panel::mail::Rehearsal& rehearsal);
 
+/// What errors and warnings begin with.
+std::string ErrorMark();
+std::string WarningMark();
+
 /// Prints "zebmail: TYPE: OBJECT: VALUE". A tool's output of several lines stands below it, and
-/// what is outstanding after that.
+/// after that what is outstanding, or "next: " and what to do next.
 void PrintError(const std::exception& error);
 
 /// Prints "zebmail: TEXT"; further lines of the text stand below it.

@@ -26,6 +26,7 @@
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
 #include "zebmail/session.h"
+#include "zebmail/style.h"
 
 namespace zebmail {
 namespace {
@@ -83,7 +84,7 @@ std::string Margin(std::size_t depth) {
 }
 
 std::string ToText(const Heading& heading) {
-  return Margin(heading.depth) + Shown(heading.address) + "\n";
+  return Margin(heading.depth) + Styled(Style::kHeading, Shown(heading.address)) + "\n";
 }
 
 /// What was looked for in vain stands behind "no line for".
@@ -96,19 +97,24 @@ std::string ToText(const Step& step) {
   return Margin(step.depth + 1) + ShownToCopy(Join(Place(step.file, step.line), ": ", text)) + "\n";
 }
 
+Style StyleOf(const End& end) {
+  if (end.how == "refused" || end.how == "bounced") return Style::kBad;
+  return end.how == "discarded" ? Style::kNotice : Style::kGood;
+}
+
 std::string ToText(const End& end) {
-  return Margin(end.depth + 1) + Shown("=> " + end.what) + "\n";
+  return Margin(end.depth + 1) + Styled(StyleOf(end), Shown("=> " + end.what)) + "\n";
 }
 
 std::string ToText(const Difference& difference) {
-  if (difference.is_failure) {
-    return ShownToCopy("! Postfix cannot read " + difference.key + ": " + difference.postfix) +
-           "\n";
-  }
-  return "! Postfix: " + ShownToCopy(difference.key) + " -> " +
-         ShownToCopy(OrNothing(difference.postfix)) + ", where " +
-         OneLine(Place(difference.file, difference.line)) + " has " +
-         ShownToCopy(OrNothing(difference.text)) + "\n";
+  const std::string text =
+      difference.is_failure
+          ? ShownToCopy("! Postfix cannot read " + difference.key + ": " + difference.postfix)
+          : "! Postfix: " + ShownToCopy(difference.key) + " -> " +
+                ShownToCopy(OrNothing(difference.postfix)) + ", where " +
+                OneLine(Place(difference.file, difference.line)) + " has " +
+                ShownToCopy(OrNothing(difference.text));
+  return Styled(Style::kBad, text) + "\n";
 }
 
 std::size_t MarginOf(const panel::trace::Event& event) {
@@ -125,7 +131,8 @@ std::string ToText(const Trace& trace) {
       text += Margin(MarginOf(event)) + ToText(*difference);
     }
   }
-  for (const std::string& note : trace.notes) text += "note: " + Shown(note) + "\n";
+  for (const std::string& note : trace.notes)
+    text += Styled(Style::kNotice, "note: ") + Shown(note) + "\n";
   if (!trace.differences.empty()) {
     text += "Postfix does not work with the tables as they are; run: " +
             ToCopy(panel::mail::FixCommand()) + "\n";

@@ -12,6 +12,7 @@
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
 #include "zebmail/session.h"
+#include "zebmail/table.h"
 
 namespace zebmail {
 namespace {

@@ -57,7 +57,8 @@ std::string MapType() {
   std::string type = PostconfValue("default_database_type");
   if (SuffixOf(type)) return type;
   throw fen_err::Error("email", "postconf",
-                       "default_database_type is \"" + type + "\", which is no map in a file");
+                       "default_database_type is \"" + type +
+                           "\", which is no map in a file; set it to lmdb or hash in main.cf");
 }
 
 std::string MapSuffix() {

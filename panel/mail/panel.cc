@@ -3,6 +3,7 @@
 
 #include "panel/mail/panel.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <exception>
@@ -31,6 +32,8 @@
 #include "panel/mail/wake_tables.h"
 #include "panel/module/loader.h"
 #include "panel/module/log.h"
+#include "panel/process/tool_warnings.h"
+#include "panel/text/shortened.h"
 
 namespace panel::mail {
 namespace {
@@ -85,6 +88,21 @@ class CollectedSteps {
  private:
   Steps steps_;
 };
+
+/// Warnings of tools, in lines, of many the first.
+std::string Describe(const std::vector<std::string>& warnings) {
+  constexpr std::size_t kMost = 10;
+  constexpr std::size_t kLongest = 300;
+  std::string text = "what was to be done is done, but a tool warns:\n";
+  const std::size_t shown = std::min(warnings.size(), kMost);
+  for (std::size_t index = 0; index < shown; ++index) {
+    text += Shortened(warnings[index], kLongest) + "\n";
+  }
+  if (shown < warnings.size()) {
+    text += "and " + std::to_string(warnings.size() - shown) + " more warnings\n";
+  }
+  return text + "what of it concerns the panel, tells: " + Command("check") + "\n";
+}
 
 std::filesystem::path LogFile() {
   return CurrentConfig().state_dir / "zebfen.log";
@@ -367,10 +385,12 @@ void Panel::Refuse(const conf::Operation& operation, const fen_err::Error& cause
                    "and the next operation puts the old files back\n");
 }
 
-/// Runs the tools and returns how the first that failed did. Postfix reads what it was to be told
-/// to read when it starts.
+/// Runs the tools, passes on what they warn of, and returns how the first that failed did. Postfix
+/// reads what it was to be told to read when it starts.
 std::optional<fen_err::Error> Panel::FailureOfTools(const std::function<void()>& tools) const {
+  const ToolWarnings warnings;
   auto failure = FailureOf(tools);
+  if (!warnings.lines().empty()) Warn(Describe(warnings.lines()));
   if (!failure || !IsNeedlessReload(*failure)) return failure;
   ForgetReloads();
   Warn("Postfix does not run; it reads the change when it starts\n");

@@ -104,7 +104,9 @@ void Reload() {
   const fen_proc::Execute reload(PostfixCommand("reload"), fen_proc::Execute::kWaitAndCapture);
   if (reload.Result() == 0) return;
   throw fen_err::Error("email", "postfix-bin",
-                       "main.cf is changed, but Postfix has not read it anew:\n" + reload.Str());
+                       "main.cf is changed, but Postfix has not read it anew; mend what it names "
+                       "here, then run: " +
+                           PostfixCommand("reload") + "\n" + reload.Str());
 }
 
 /// Postfix does not take mail while main.cf names a file that is missing.

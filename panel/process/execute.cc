@@ -2,6 +2,7 @@
 ///   execute - running a plug-in's command line
 
 #include "host/fen_proc.h"
+#include "panel/process/tool_warnings.h"
 #include "panel/process/tools.h"
 #include "panel/text/words.h"
 
@@ -21,6 +22,7 @@ std::vector<std::string> ToWords(const std::string& command) {
 Execute::Execute(const std::string& command, int) {
   if (panel::ToolRehearsal::Note(command)) return;
   panel::ToolRun run = panel::RunTool(ToWords(command), "");
+  if (run.result == 0) panel::ToolWarnings::Note(run.output);
   result_ = run.result;
   output_ = std::move(run.output);
 }

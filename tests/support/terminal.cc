@@ -4,6 +4,7 @@
 #include "tests/support/terminal.h"
 
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <pty.h>
@@ -12,18 +13,31 @@
 
 namespace test_support {
 
-OnTerminal::OnTerminal(std::vector<std::string> words) {
+namespace {
+
+void SetEnvironment(const Terminal& terminal) {
+  setenv("TERM", "dumb", 1);
+  unsetenv("NO_COLOR");
+  unsetenv("COLUMNS");
+  for (const auto& [name, value] : terminal.environment) setenv(name.c_str(), value.c_str(), 1);
+}
+
+}  // namespace
+
+OnTerminal::OnTerminal(std::vector<std::string> words, const Terminal& terminal) {
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
-  int terminal = -1;
-  child_ = forkpty(&terminal, nullptr, nullptr, nullptr);
+  const winsize size = {24, terminal.columns, 0, 0};
+  int end = -1;
+  child_ = forkpty(&end, nullptr, nullptr, &size);
   if (child_ < 0) throw std::runtime_error("forkpty failed");
   if (child_ == 0) {
+    SetEnvironment(terminal);
     execv(arguments.front(), arguments.data());
     _exit(127);
   }
-  terminal_ = panel::FileHandle(terminal);
+  terminal_ = panel::FileHandle(end);
 }
 
 void OnTerminal::Type(const std::string& text) const {

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -15,10 +16,16 @@
 
 namespace test_support {
 
+/// What a terminal is like, and what is in the environment besides. By itself it knows no colours.
+struct Terminal {
+  unsigned short columns = 80;
+  std::map<std::string, std::string> environment = {};
+};
+
 class OnTerminal {
  public:
   /// Starts the program words[0], a path, with the rest of the words as its arguments.
-  explicit OnTerminal(std::vector<std::string> words);
+  explicit OnTerminal(std::vector<std::string> words, const Terminal& terminal = {});
 
   OnTerminal(const OnTerminal&) = delete;
   OnTerminal& operator=(const OnTerminal&) = delete;

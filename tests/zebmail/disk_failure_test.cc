@@ -104,27 +104,32 @@ TEST_F(FailingDisk, ThatIsFullOfTheTables) {
   const SmallDisk disk(panel_.Path("panel/mail"), kRoom);
   TryEach([&disk] { disk.FillUp(); }, [&disk] { disk.Empty(); },
           "zebmail: file: " + panel_.Path("panel/mail/") +
-              "\\.[a-z-]+\\.zebmail: cannot be written: No space left on device\n");
+              "\\.[a-z-]+\\.zebmail: cannot be written: No space left on device\n"
+              "next: make room on that file system, then run the command again\n");
 }
 
 TEST_F(FailingDisk, ThatIsReadOnlyOfTheTables) {
   const SmallDisk disk(panel_.Path("panel/mail"), kRoom);
   TryEach([&disk] { disk.SetReadOnly(true); }, [&disk] { disk.SetReadOnly(false); },
           "zebmail: file: " + panel_.Path("panel/mail/") +
-              "\\.[a-z-]+\\.zebmail: cannot be created: Read-only file system\n");
+              "\\.[a-z-]+\\.zebmail: cannot be created: Read-only file system\n"
+              "next: make that file system one that can be written, then run the command again\n");
 }
 
 TEST_F(FailingDisk, ThatIsFullOfTheNotes) {
   const SmallDisk disk(panel_.Path("panel/state"), kRoom);
   TryEach([&disk] { disk.FillUp(); }, [&disk] { disk.Empty(); },
           "zebmail: file: " + panel_.Path("panel/state/") +
-              ".*: cannot be written: No space left on device\n");
+              ".*: cannot be written: No space left on device\n"
+              "next: make room on that file system, then run the command again\n");
 }
 
 TEST_F(FailingDisk, ThatIsReadOnlyOfTheNotes) {
   const SmallDisk disk(panel_.Path("panel/state"), kRoom);
   TryEach([&disk] { disk.SetReadOnly(true); }, [&disk] { disk.SetReadOnly(false); },
-          "zebmail: lock: " + panel_.Path("panel/state/lock") + ": Read-only file system\n");
+          "zebmail: lock: " + panel_.Path("panel/state/lock") +
+              ": Read-only file system\n"
+              "next: make that file system one that can be written, then run the command again\n");
 }
 
 class SqliteOnFailingDisk : public FailingDisk {};
@@ -136,7 +141,8 @@ TEST_F(SqliteOnFailingDisk, ThatIsFull) {
   panel_.Configure("database", "sqlite3://" + panel_.Path("panel/database/panel.db"));
   const SmallDisk disk(panel_.Path("panel/database"), kRoom);
   TryEach([&disk] { disk.FillUp(kRoomToOpen); }, [&disk] { disk.Empty(); },
-          "zebmail: database: COMMIT: database or disk is full\n");
+          "zebmail: database: COMMIT: database or disk is full\n"
+          "next: make room on that file system, then run the command again\n");
 }
 
 /// As a quota of the user's does.
@@ -150,8 +156,11 @@ TEST(FileSizeLimit, KeepsTheTablesAsTheyWere) {
                                 panel.config(), "mailbox", "create", "new@example.org"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zebmail: file: " + panel.Path("panel/mail/.virtusertable.zebmail") +
-                            ": cannot be written: File too large\n");
+  EXPECT_EQ(
+      run.errors,
+      "zebmail: file: " + panel.Path("panel/mail/.virtusertable.zebmail") +
+          ": cannot be written: File too large\n"
+          "next: raise the limit on the size of files (ulimit -f), then run the command again\n");
   EXPECT_EQ(panel.MailboxTables(), before);
   EXPECT_FALSE(fs::exists(panel.Path("panel/mail/.virtusertable.zebmail")));
   panel.Do({"mailbox", "create", "new@example.org"});
@@ -169,8 +178,10 @@ TEST(ImmutableTable, StaysAsItIs) {
 
   if (!is_immutable) return;
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors,
-            "zebmail: file: " + table + ": cannot be replaced: Operation not permitted\n");
+  EXPECT_EQ(run.errors, "zebmail: file: " + table +
+                            ": cannot be replaced: Operation not permitted\n"
+                            "next: see whether the file may not be changed by anybody (lsattr), "
+                            "then run the command again\n");
   EXPECT_EQ(panel.MailboxTables(), before);
   EXPECT_FALSE(fs::exists(panel.Path("panel/mail/.virtusertable.zebmail")));
   panel.Do({"mailbox", "create", "new@example.org"});

@@ -9,6 +9,7 @@
 
 #include "tests/support/postgresql_server.h"
 #include "tests/zebmail/hand_kept_panel.h"
+#include "tests/zebmail/next_step.h"
 
 namespace zebmail_test {
 namespace {
@@ -44,7 +45,7 @@ class Transfer : public testing::Test {
     EXPECT_EQ(run.status, 1) << run.output;
     EXPECT_EQ(Everything(), before);
     EXPECT_THAT(run.errors, StartsWith("zebmail: "));
-    return run.errors.substr(std::string("zebmail: ").size());
+    return WithoutNextStep(run.errors).substr(std::string("zebmail: ").size());
   }
 
   std::string Everything() { return Export() + panel_.MailboxTables() + panel_.Tables(); }
@@ -432,15 +433,16 @@ TEST_F(Transfer, ReadsAFileAndNamesItInItsErrors) {
   const CommandRun run = panel_.Run({"import", file});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zebmail: value: " + file + ":3: lacks the field \"type\"\n");
+  EXPECT_EQ(WithoutNextStep(run.errors),
+            "zebmail: value: " + file + ":3: lacks the field \"type\"\n");
   EXPECT_EQ(Export(), "");
 }
 
 TEST_F(Transfer, RefusesAFileThatCannotBeRead) {
   EXPECT_EQ(
-      panel_.Run({"import", panel_.Path("none")}).errors,
+      WithoutNextStep(panel_.Run({"import", panel_.Path("none")}).errors),
       "zebmail: file: " + panel_.Path("none") + ": cannot be read: No such file or directory\n");
-  EXPECT_EQ(panel_.Run({"import", panel_.Path("panel")}).errors,
+  EXPECT_EQ(WithoutNextStep(panel_.Run({"import", panel_.Path("panel")}).errors),
             "zebmail: file: " + panel_.Path("panel") + ": cannot be read\n");
   EXPECT_EQ(panel_.Run({"import", ""}).errors, "zebmail: file: FILE: names no file\n");
 }
@@ -492,7 +494,7 @@ TEST_F(Transfer, RefusesTwoLinesOfOneThing) {
 }
 
 TEST_F(Transfer, DoesNotReadADeviceForEver) {
-  EXPECT_EQ(panel_.Run({"import", "/dev/zero"}).errors,
+  EXPECT_EQ(WithoutNextStep(panel_.Run({"import", "/dev/zero"}).errors),
             "zebmail: value: /dev/zero:1: is longer than 67108864 bytes\n");
 }
 

@@ -193,7 +193,9 @@ TEST(Output, ThatCannotBeWrittenIsAFailure) {
        panel.config()});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zebmail: output: cannot be written\n");
+  EXPECT_EQ(run.errors,
+            "zebmail: output: cannot be written\n"
+            "next: what the command was to do has been done; only its words are lost\n");
 }
 
 TEST(Output, ThatIsClosedGoesIntoNoFileOfThePanel) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/zebmail/next_step.h"
 #include "tests/zebmail/own_panel.h"
 
 namespace zebmail_test {
@@ -66,11 +67,11 @@ TEST(WebDomain, IsRefusedWhenItMakesNoSense) {
   const OwnPanel panel;
   panel.Do({"webdomain", "add", "example.org", "--owner", "1"});
 
-  EXPECT_EQ(panel.Run({"webdomain", "add", "EXAMPLE.org", "--owner", "2"}).errors,
+  EXPECT_EQ(WithoutNextStep(panel.Run({"webdomain", "add", "EXAMPLE.org", "--owner", "2"}).errors),
             "zebmail: exists: web domain: EXAMPLE.org\n");
   EXPECT_EQ(panel.Run({"webdomain", "add", "a b", "--owner", "2"}).errors,
             "zebmail: value: domain: \"a b\" is not a domain name\n");
-  EXPECT_EQ(panel.Run({"webdomain", "remove", "other.example"}).errors,
+  EXPECT_EQ(WithoutNextStep(panel.Run({"webdomain", "remove", "other.example"}).errors),
             "zebmail: missing: web domain: other.example\n");
   EXPECT_EQ(panel.Run({"webdomain", "add", "other.example", "--owner", "-1"}).status, 2);
   EXPECT_EQ(panel.Run({"webdomain", "add", "other.example"}).status, 2);

@@ -4,7 +4,8 @@
 /// WHAT IT PRINTS
 ///   One line a finding: what is wrong, why it matters, what mends it; with --fix a line for each
 ///   thing that was mended before. With --json {ok, findings: [{check, object, what, why, mend}],
-///   mended: []}. The exit status tells whether anything is wrong still.
+///   mended: []}. The exit status tells whether anything is wrong still. On a terminal it shows how
+///   far it is, since a large panel takes a minute.
 
 #include <algorithm>
 #include <exception>
@@ -22,7 +23,9 @@
 #include "panel/mail/sync.h"
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
+#include "zebmail/progress.h"
 #include "zebmail/session.h"
+#include "zebmail/style.h"
 
 namespace zebmail {
 namespace {
@@ -82,10 +85,11 @@ bool HaveSameLines(const std::string& left, const std::string& right) {
 }
 
 /// Has the tables read as sync does, and keeps nothing of it: what it would change is different.
-void FindDifferences(panel::mail::Panel& panel, Report& report) {
+void FindDifferences(panel::mail::Panel& panel, const panel::mail::ShowProgress& progress,
+                     Report& report) {
   std::vector<panel::mail::SyncResult> results;
   const panel::mail::SyncOptions options{
-      .allow_mass_delete = true, .for_comparison = true, .progress = {}};
+      .allow_mass_delete = true, .for_comparison = true, .progress = progress};
   const auto read = [&] { results = panel::mail::Synchronise(options); };
   panel::mail::Rehearsal rehearsal;
   try {
@@ -145,17 +149,24 @@ Finding UnsettledFinding(const fen_err::Error& error) {
           {}};
 }
 
-Report Examine(panel::mail::Panel& panel, bool fix) {
-  Report report;
+/// Finds what is wrong and, with `fix`, mends what the modules and the next change would.
+std::vector<Finding> Find(panel::mail::Panel& panel, bool fix, const Invocation& invocation,
+                          Report& report) {
+  ProgressBar bar(invocation);
   if (panel.unsettled()) report.findings.push_back(UnsettledFinding(*panel.unsettled()));
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
     panel::mail::BackEnd();
-    FindDifferences(panel, report);
+    FindDifferences(panel, bar.Show(), report);
   } catch (const fen_err::Error& error) {
     report.findings.push_back(ModuleFinding(error));
   }
-  for (const Finding& finding : panel::mail::RunChecks()) {
+  return panel::mail::RunChecks(bar.Show());
+}
+
+Report Examine(panel::mail::Panel& panel, bool fix, const Invocation& invocation) {
+  Report report;
+  for (const Finding& finding : Find(panel, fix, invocation, report)) {
     if (fix) {
       Fix(finding, report);
     } else {
@@ -179,12 +190,13 @@ Json AsJson(const Report& report) {
 
 std::string AsText(const Report& report) {
   std::string text;
-  for (const std::string& mended : report.mended) text += "mended: " + Shown(mended) + "\n";
+  for (const std::string& mended : report.mended)
+    text += Styled(Style::kGood, "mended: ") + Shown(mended) + "\n";
   for (const Finding& finding : report.findings) {
-    text += Shown(finding.object + " " + finding.what) + "; " + OneLine(finding.why) +
-            "; mend: " + ToCopy(finding.mend) + "\n";
+    text += Styled(Style::kBad, Shown(finding.object + " " + finding.what)) + "; " +
+            OneLine(finding.why) + "; mend: " + ToCopy(finding.mend) + "\n";
   }
-  if (report.findings.empty()) text += "nothing is wrong\n";
+  if (report.findings.empty()) text += Styled(Style::kGood, "nothing is wrong") + "\n";
   return text;
 }
 
@@ -197,7 +209,7 @@ Status Check(const Invocation& invocation, bool fix) {
   panel::mail::Panel panel(ReadConfig(invocation), std::move(notices),
                            panel::mail::Panel::Purpose::kLook);
   fix = fix && !panel.unsettled();
-  const Report report = Examine(panel, fix);
+  const Report report = Examine(panel, fix, invocation);
   const bool is_well = report.findings.empty();
   if (is_well && invocation.quiet) return kDone;
   Print(invocation, AsJson(report), AsText(report));

@@ -2,7 +2,8 @@
 ///   init - making a panel
 ///
 /// WHAT IT PRINTS
-///   One line for each thing that was made, or with --json {config, made: []}. A panel that is
+///   One line for each thing that was made, or with --json {config, made: []}; in a dry run what
+///   would be made, or with --json "folders" and what any dry run has. A panel that is
 ///   complete already is left alone, which is no failure.
 
 #include <algorithm>
@@ -67,16 +68,24 @@ void PrintMade(const Invocation& invocation, const InitOptions& options, const P
 /// The tables are made empty, so that there is nothing to show of them but their names.
 void PrintPlan(const Invocation& invocation, const PanelPlan& plan) {
   panel::mail::Rehearsal rehearsal;
+  Json folders = Json::array();
   std::string text;
   for (const PanelPlan::Folder& folder : plan.folders) {
     text += "make " + OneLine(folder.path.string()) + "\n";
+    folders.push_back(folder.path.string());
   }
   for (const PanelPlan::File& file : plan.files) {
     text += "make " + OneLine(file.path.string()) + "\n";
     rehearsal.files.push_back({file.path.string(), "", file.text});
   }
-  if (!invocation.json) std::cout << text;
-  PrintRehearsal(invocation, rehearsal);
+  if (invocation.json) {
+    Json document = {{"folders", folders}};
+    document.update(ToJson(rehearsal));
+    PrintJson(document);
+  } else {
+    std::cout << text;
+    PrintRehearsal(invocation, rehearsal);
+  }
 }
 
 Status Init(const Invocation& invocation, const InitOptions& options) {

@@ -5,8 +5,10 @@
 ///   The parameters as they would stand in main.cf, complete, with comments between them, so that
 ///   all of it can be put into main.cf. With --apply, which sets those that will not do, a line for
 ///   each thing that was done. In a dry run the changes of main.cf and of the rule for client
-///   addresses. With --json {settings: [{name, value, present}], mailbox_transport: {value,
-///   suggested}, applied: [names], copy: path or ""}.
+///   addresses. With --json {settings: [{name, value, present, faults: [], left_out: []}], refusal,
+///   client_rule: {file, fault, written, copy}, mailbox_transport: {value, suggested}, applied:
+///   [names], built: [tables], copy: path or "", reloaded}: what is wrong with a value and what was
+///   done, in a run without --apply nothing.
 ///
 /// WHAT IT LEAVES TO THE ADMINISTRATOR
 ///   mailbox_transport, which moves the mail of all local users.
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "panel/mail/mailbox_ends.h"
+#include "panel/mail/shadow_checks.h"
 #include "panel/mail/wiring.h"
 #include "panel/mail/wiring_change.h"
 #include "zebmail/invocation.h"
@@ -35,19 +38,39 @@ using panel::mail::WiringResult;
 struct Report {
   Wiring wiring;
   MailboxEnds ends;
+  panel::mail::Findings types;  ///< maps of another type than the tools build
   WiringChange change;
   WiringResult result;
   bool is_applied = false;
 };
 
+/// What is known of main.cf before anything is changed.
+Report Look() {
+  Report report;
+  report.wiring = panel::mail::PlanWiring();
+  report.ends = panel::mail::FindMailboxEnds();
+  report.types = panel::mail::CheckTypes(report.wiring);
+  return report;
+}
+
+/// What is wrong with the setting that --apply leaves to the administrator.
+std::vector<std::string> LeftOf(const Setting& setting, const Report& report) {
+  std::vector<std::string> left;
+  for (const auto& finding : report.types) {
+    if (finding.object == setting.name) left.push_back(finding.what + ": " + finding.mend);
+  }
+  return left;
+}
+
 std::string Comment(const std::string& text) {
   return "# " + ToCopy(text) + "\n";
 }
 
-std::string AsText(const Setting& setting) {
+std::string AsText(const Setting& setting, const Report& report) {
   std::string text;
   for (const auto& fault : setting.faults) text += Comment("main.cf " + fault.what);
-  if (setting.faults.empty()) text += Comment("in main.cf already");
+  for (const std::string& left : LeftOf(setting, report)) text += Comment("main.cf " + left);
+  if (text.empty()) text += Comment("in main.cf already");
   for (const std::string& element : setting.left_out) {
     text += Comment("without " + element + " of the default, which cannot be opened");
   }
@@ -77,7 +100,7 @@ std::string MailboxTransportAsText(const MailboxEnds& ends) {
 
 std::string SettingsAsText(const Report& report) {
   std::string text;
-  for (const Setting& setting : report.wiring.settings) text += AsText(setting);
+  for (const Setting& setting : report.wiring.settings) text += AsText(setting, report);
   if (!report.wiring.refusal.empty()) {
     text +=
         Comment(std::string(panel::mail::kRecipientRestrictions) + ": " + report.wiring.refusal) +
@@ -88,8 +111,15 @@ std::string SettingsAsText(const Report& report) {
 
 std::string DoneAsText(const Report& report) {
   const WiringChange& change = report.change;
-  if (change.IsEmpty()) return "nothing to do: Postfix uses the tables of this panel already\n";
   std::string text;
+  for (const Setting& setting : report.wiring.settings) {
+    for (const std::string& left : LeftOf(setting, report)) {
+      text += "left to you: " + ToCopy(setting.name + " " + left) + "\n";
+    }
+  }
+  if (change.IsEmpty()) {
+    return text.empty() ? "nothing to do: Postfix uses the tables of this panel already\n" : text;
+  }
   if (!report.result.copy_of_client_rule.empty()) {
     text += "kept " +
             OneLine(change.client_rule.string() + " as it was in " +
@@ -109,22 +139,41 @@ std::string DoneAsText(const Report& report) {
                                            : "Postfix does not run: nothing to reload\n");
 }
 
+Json AsJson(const Setting& setting, const Report& report) {
+  const std::vector<std::string> left = LeftOf(setting, report);
+  Json faults = Json::array();
+  for (const auto& fault : setting.faults) faults.push_back(fault.what);
+  const bool is_mended = report.is_applied || faults.empty();
+  for (const std::string& fault : left) faults.push_back(fault);
+  return {{"name", setting.name},
+          {"value", setting.value},
+          {"present", is_mended && left.empty()},
+          {"faults", faults},
+          {"left_out", setting.left_out}};
+}
+
 Json AsJson(const Report& report) {
   Json settings = Json::array();
   for (const Setting& setting : report.wiring.settings) {
-    settings.push_back({{"name", setting.name},
-                        {"value", setting.value},
-                        {"present", report.is_applied || setting.faults.empty()}});
+    settings.push_back(AsJson(setting, report));
   }
   Json applied = Json::array();
-  if (report.is_applied) {
-    for (const auto& one : report.change.assignments) applied.push_back(one.name);
-  }
+  Json built = Json::array();
+  for (const auto& one : report.change.assignments) applied.push_back(one.name);
+  for (const auto& map : report.change.maps) built.push_back(map.text.string());
   return {{"settings", settings},
+          {"refusal", report.wiring.refusal},
+          {"client_rule",
+           {{"file", report.wiring.parts.client_rule},
+            {"fault", report.wiring.client_rule_fault},
+            {"written", report.change.writes_client_rule},
+            {"copy", report.result.copy_of_client_rule.string()}}},
           {"mailbox_transport",
            {{"value", report.ends.transport()}, {"suggested", report.ends.suggestion}}},
           {"applied", applied},
-          {"copy", report.result.copy.string()}};
+          {"built", built},
+          {"copy", report.result.copy.string()},
+          {"reloaded", report.result.is_reloaded}};
 }
 
 /// The modules set the paths of the tables, so they are rehearsed at least.
@@ -139,18 +188,14 @@ Status ShowDryRun(const Invocation& invocation, panel::mail::Panel& panel) {
 
 Status Show(const Invocation& invocation, panel::mail::Panel& panel) {
   panel.Rehearse([] {});
-  Report report;
-  report.wiring = panel::mail::PlanWiring();
-  report.ends = panel::mail::FindMailboxEnds();
+  const Report report = Look();
   Print(invocation, AsJson(report), SettingsAsText(report));
   return kDone;
 }
 
 Status Apply(const Invocation& invocation, panel::mail::Panel& panel) {
   panel.Change([] {});
-  Report report;
-  report.wiring = panel::mail::PlanWiring();
-  report.ends = panel::mail::FindMailboxEnds();
+  Report report = Look();
   report.change = panel::mail::ChangeOf(report.wiring);
   report.result = panel::mail::Apply(report.change);
   report.is_applied = true;

@@ -19,7 +19,10 @@ panel::mail::ShowProgress ProgressBar::Show() {
   return [this](std::size_t done, std::size_t all) { Draw(done, all); };
 }
 
+/// Work may have parts of different length; what is drawn of one must not show behind the next.
 void ProgressBar::Draw(std::size_t done, std::size_t all) {
+  if (all != all_) Wipe();
+  all_ = all;
   constexpr std::size_t kWidth = 40;
   const std::size_t filled = done >= all ? kWidth : done * kWidth / all;
   std::cerr << "\r[" << std::string(filled, '#') << std::string(kWidth - filled, ' ') << "] "

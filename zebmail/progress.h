@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <cstddef>
+
 #include "panel/mail/progress.h"
 #include "zebmail/invocation.h"
 
@@ -27,6 +29,7 @@ class ProgressBar {
 
   bool is_shown_;
   bool is_drawn_ = false;
+  std::size_t all_ = 0;  ///< of what is drawn
 };
 
 }  // namespace zebmail

@@ -3,9 +3,9 @@
 ///
 /// WHAT THEY PRINT
 ///   `export` prints JSON Lines, as panel_lines.h describes them: the web domains, then each domain
-///   with its mailboxes, then both lists. `import` prints a line for each kind of thing: how many
-///   were added, changed and left alone; with --json an object for each kind. On a terminal it
-///   shows how far it is.
+///   with its mailboxes, then both lists; with --json one array of the same objects. `import`
+///   prints a line for each kind of thing: how many were added, changed and left alone; with --json
+///   an object for each kind. On a terminal it shows how far it is.
 
 #include <iostream>
 #include <map>
@@ -29,26 +29,51 @@ using panel::mail::MailModule;
 using panel::mail::SenderList;
 using Results = std::vector<panel::mail::ImportResult>;
 
-void PrintDomain(const MailModule& mail, const panel::mail::Domain& domain) {
+/// Prints lines as they come, since a panel may be large; with --json as the elements of one array.
+class LinePrinter {
+ public:
+  explicit LinePrinter(bool as_array) : as_array_(as_array) {}
+
+  void Print(const std::string& line) {
+    if (!as_array_) {
+      std::cout << line;
+      return;
+    }
+    std::cout << (is_first_ ? "[\n" : ",\n") << line.substr(0, line.size() - 1);
+    is_first_ = false;
+  }
+
+  void End() const {
+    if (as_array_) std::cout << (is_first_ ? "[]\n" : "\n]\n");
+  }
+
+ private:
+  bool as_array_;
+  bool is_first_ = true;
+};
+
+void PrintDomain(const MailModule& mail, const panel::mail::Domain& domain, LinePrinter& printer) {
   std::map<std::string, panel::mail::Responder> responders;
   for (auto& responder : mail.ListResponders(domain.name)) {
     responders.emplace(responder.address, responder);
   }
-  std::cout << ToLine(domain);
+  printer.Print(ToLine(domain));
   for (const auto& mailbox : mail.ListMailboxes(domain.name)) {
     const auto responder = responders.find(mailbox.address);
-    std::cout << ToLine(mailbox, responder == responders.end() ? nullptr : &responder->second);
+    printer.Print(ToLine(mailbox, responder == responders.end() ? nullptr : &responder->second));
   }
 }
 
 Status Export(const Invocation& invocation) {
   const panel::mail::Panel panel = OpenPanelToLook(invocation);
   const MailModule mail;
-  for (const auto& domain : panel::mail::ListWebDomains()) std::cout << ToLine(domain);
-  for (const auto& domain : mail.ListDomains()) PrintDomain(mail, domain);
+  LinePrinter printer(invocation.json);
+  for (const auto& domain : panel::mail::ListWebDomains()) printer.Print(ToLine(domain));
+  for (const auto& domain : mail.ListDomains()) PrintDomain(mail, domain, printer);
   for (const SenderList list : {SenderList::kWhite, SenderList::kBlack}) {
-    for (const std::string& value : ListSenders(list)) std::cout << ToLine(list, value);
+    for (const std::string& value : ListSenders(list)) printer.Print(ToLine(list, value));
   }
+  printer.End();
   return kDone;
 }
 

@@ -229,19 +229,24 @@ Findings CheckMaps() {
 }
 
 using Check = Findings (*)();
-constexpr std::array<Check, 12> kChecks = {
+constexpr std::array<Check, 11> kQuickChecks = {
     &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,
     &CheckMaps,        &CheckTableLines, &CheckTargets,    &CheckHostNameLines,
-    &CheckSuspensions, &CheckResponders, &CheckBindings,   &CheckWiring};
+    &CheckSuspensions, &CheckResponders, &CheckBindings};
 
 }  // namespace
 
-std::vector<Finding> RunChecks() {
+std::vector<Finding> RunChecks(const ShowProgress& progress) {
   Findings all;
-  for (const Check check : kChecks) {
-    Findings findings = check();
+  const auto add = [&all](const Findings& findings) {
     all.insert(all.end(), findings.begin(), findings.end());
+  };
+  std::size_t done = 0;
+  for (const Check check : kQuickChecks) {
+    add(check());
+    if (progress) progress(++done, kQuickChecks.size() + 1);
   }
+  add(CheckWiring(progress));
   return all;
 }
 

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "panel/mail/progress.h"
+
 namespace panel::mail {
 
 struct Finding {
@@ -32,7 +34,7 @@ struct Finding {
 using Findings = std::vector<Finding>;
 
 /// The findings of all checks, in the order of the checks. Runs in an open Panel whose modules are
-/// set up.
-Findings RunChecks();
+/// set up. Shows how many of the checks are done and, of one that takes long, how far it is.
+Findings RunChecks(const ShowProgress& progress);
 
 }  // namespace panel::mail

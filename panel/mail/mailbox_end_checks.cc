@@ -55,13 +55,17 @@ std::string Mend(const MailboxEnds& ends) {
 
 }  // namespace
 
-Findings CheckMailboxEnds(const Wiring&) {
+Findings CheckMailboxEnds(const ShowProgress& progress) {
+  constexpr std::size_t kStepsBetweenShows = 64;
   const MailboxEnds ends = FindMailboxEnds();
   if (ends.KnowsDomains()) return {};
   Lookups lookups;
   Findings without_end;
   Findings sharing;
-  for (const auto& [name, addresses] : MailboxesByName(lookups)) {
+  std::size_t done = 0;
+  const Addresses mailboxes = MailboxesByName(lookups);
+  for (const auto& [name, addresses] : mailboxes) {
+    if (progress && ++done % kStepsBetweenShows == 0) progress(done, mailboxes.size());
     const bool may_share = addresses.size() > 1 && !ends.HasCommand();
     if (ends.TakesAnyName() && !may_share) continue;  // to ask for each user takes its time
     if (!IsUnixUser(name)) {

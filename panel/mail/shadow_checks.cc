@@ -3,18 +3,22 @@
 
 #include "panel/mail/shadow_checks.h"
 
+#include <filesystem>
 #include <set>
 
+#include "host/fen_cf.h"
 #include "host/zeb_db.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/listing.h"
 #include "panel/mail/lookups.h"
 #include "panel/mail/mail_rows.h"
+#include "panel/mail/map_tool.h"
 #include "panel/mail/maps.h"
 #include "panel/mail/name_list.h"
 #include "panel/mail/own_entries.h"
 #include "panel/mail/postconf.h"
 #include "panel/mail/value_list.h"
+#include "panel/text/words.h"
 
 namespace panel::mail {
 namespace {
@@ -134,6 +138,13 @@ Elements MapsIn(const Elements& elements) {
   return maps;
 }
 
+/// Postfix's own programs build the default type; nobody knows of others that are configured.
+bool MayBuildOtherTypes(const Map& map) {
+  const std::vector<std::string> words = BehindMapTool(SplitWords(fen_cf::GetPath(map.tool)));
+  const std::string program = words.empty() ? "" : std::filesystem::path(words.front()).filename();
+  return program != "postmap" && program != "postalias";
+}
+
 }  // namespace
 
 Findings CheckTypes(const Wiring& wiring) {
@@ -144,14 +155,17 @@ Findings CheckTypes(const Wiring& wiring) {
       for (const Map& table : Maps()) {
         const auto map = ParseMap(element);
         if (map->type == parts.default_type || !parts.IsMapOf(element, table.text)) continue;
-        if (!IsStale({map->name, ""}, *SuffixOf(map->type))) continue;
-        findings.push_back({"wiring",
-                            setting.name,
-                            "has " + element + ", a map that is older than its table",
-                            "the tools of the panel build another type, and Postfix works with an "
-                            "earlier text",
-                            "write " + parts.MapOf(table.text) + " there",
-                            {}});
+        const bool is_old = IsStale({map->name, ""}, *SuffixOf(map->type));
+        if (!is_old && MayBuildOtherTypes(table)) continue;
+        findings.push_back(
+            {"wiring",
+             setting.name,
+             "has " + element + ", a map " +
+                 (is_old ? "that is older than its table" : "of another type than the default"),
+             "the tools of the panel build another type, and Postfix works with an earlier text" +
+                 std::string(is_old ? "" : " as soon as the table changes"),
+             "write " + parts.MapOf(table.text) + " there",
+             {}});
       }
     }
   }

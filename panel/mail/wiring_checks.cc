@@ -102,7 +102,7 @@ Findings CheckHostNames(const Wiring&) {
 
 }  // namespace
 
-Findings CheckWiring() {
+Findings CheckWiring(const ShowProgress& progress) {
   try {
     static_cast<void>(MapType());
   } catch (const fen_err::Error&) {
@@ -113,10 +113,12 @@ Findings CheckWiring() {
     const Wiring wiring = PlanWiring();
     for (const auto check : {CheckSettings, CheckOtherClientRules, CheckHostNames, CheckRelaying,
                              CheckOrderOfRestrictions, CheckSubdomains, CheckOverrides, CheckTypes,
-                             CheckOtherMaps, CheckDomainLists, CheckMailboxEnds}) {
+                             CheckOtherMaps, CheckDomainLists}) {
       const Findings found = check(wiring);
       findings.insert(findings.end(), found.begin(), found.end());
     }
+    const Findings of_mailboxes = CheckMailboxEnds(progress);
+    findings.insert(findings.end(), of_mailboxes.begin(), of_mailboxes.end());
   } catch (const fen_err::Error& error) {
     findings.push_back({"wiring",
                         error.object(),

@@ -197,7 +197,8 @@ TEST(Check, ReportsAsJson) {
 
 TEST(Check, AsksForTheTypeOfTheMaps) {
   const OwnPanel panel;
-  panel.SetMainCf(panel.MainCf() + "default_database_type = lmdb\n");
+  panel.SetMainCf(str::Replace(panel.MainCf(), "hash:", "lmdb:") +
+                  "default_database_type = lmdb\n");
 
   const CommandRun run = panel.Run({"check"});
   EXPECT_EQ(run.status, 1);

@@ -147,7 +147,7 @@ std::string Filled(std::string_view text, const fen_err::Error& error) {
 }
 
 std::string StepOf(const Rule& rule, const fen_err::Error& error) {
-  const std::string step = Filled(rule.step, error);
+  std::string step = Filled(rule.step, error);
   if (rule.command.empty()) return step;
   return step + ": " + panel::mail::Command(Filled(rule.command, error));
 }

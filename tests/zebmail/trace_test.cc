@@ -282,9 +282,9 @@ TEST(TraceOfMailbox, LooksForAnExtensionFirst) {
 
 TEST(TraceOfMailbox, PassesAnExtensionOnWherePostfixDoes) {
   const TracePanel panel;
-  panel.SetSettings("propagate_unmatched_extensions = canonical, virtual\n");
   panel.Do({"mailbox", "create", "games@example.org"});
   panel.Do({"forward", "add", "games@example.org", "boss@example.net"});
+  panel.SetSettings("propagate_unmatched_extensions = canonical, virtual\n");
 
   EXPECT_EQ(panel.Ends("games+news@example.org"),
             "mailbox games+news@example.org, mailbox games+example.org+news@mail.test");

@@ -85,12 +85,13 @@ bool HaveSameLines(const std::string& left, const std::string& right) {
 }
 
 /// Has the tables read as sync does, and keeps nothing of it: what it would change is different.
-void FindDifferences(panel::mail::Panel& panel, const panel::mail::ShowProgress& progress,
-                     Report& report) {
+void FindDifferences(panel::mail::Panel& panel, const Invocation& invocation, Report& report) {
   std::vector<panel::mail::SyncResult> results;
-  const panel::mail::SyncOptions options{
-      .allow_mass_delete = true, .for_comparison = true, .progress = progress};
-  const auto read = [&] { results = panel::mail::Synchronise(options); };
+  const auto read = [&] {
+    ProgressBar bar(invocation);
+    results = panel::mail::Synchronise(
+        {.allow_mass_delete = true, .for_comparison = true, .progress = bar.Show()});
+  };
   panel::mail::Rehearsal rehearsal;
   try {
     rehearsal = panel.Rehearse(read, false);
@@ -149,24 +150,22 @@ Finding UnsettledFinding(const fen_err::Error& error) {
           {}};
 }
 
-/// Finds what is wrong and, with `fix`, mends what the modules and the next change would.
-std::vector<Finding> Find(panel::mail::Panel& panel, bool fix, const Invocation& invocation,
-                          Report& report) {
+std::vector<Finding> RunChecks(const Invocation& invocation) {
   ProgressBar bar(invocation);
-  if (panel.unsettled()) report.findings.push_back(UnsettledFinding(*panel.unsettled()));
-  try {
-    fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
-    panel::mail::BackEnd();
-    FindDifferences(panel, bar.Show(), report);
-  } catch (const fen_err::Error& error) {
-    report.findings.push_back(ModuleFinding(error));
-  }
   return panel::mail::RunChecks(bar.Show());
 }
 
 Report Examine(panel::mail::Panel& panel, bool fix, const Invocation& invocation) {
   Report report;
-  for (const Finding& finding : Find(panel, fix, invocation, report)) {
+  if (panel.unsettled()) report.findings.push_back(UnsettledFinding(*panel.unsettled()));
+  try {
+    fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
+    panel::mail::BackEnd();
+    FindDifferences(panel, invocation, report);
+  } catch (const fen_err::Error& error) {
+    report.findings.push_back(ModuleFinding(error));
+  }
+  for (const Finding& finding : RunChecks(invocation)) {
     if (fix) {
       Fix(finding, report);
     } else {

@@ -41,7 +41,7 @@ constexpr std::string_view kSeeAll = "see which there are";
 constexpr std::string_view kLookIntoLog =
     "this is a fault of the program or of the machine; see what the log says: {log}";
 
-constexpr std::array<Rule, 28> kRules = {{
+constexpr std::array<Rule, 30> kRules = {{
     {"missing", "domain", &IsName, kSeeAll, "domain list"},
     {"missing", "mailbox", &IsName, kSeeAll, "mailbox list {domain}"},
     {"missing", "alias", &IsName, kSeeAll, "alias list MAILBOX"},
@@ -72,12 +72,14 @@ constexpr std::array<Rule, 28> kRules = {{
      "the plug-in that came with this zebmail belongs there; module_dir in {config} names the "
      "folder",
      ""},
+    {"diff", "/", &IsAny, "see that diff(1) is there: apt-get install diffutils", ""},
     {"failure", "", &IsAny, kLookIntoLog, ""},
     {"grammar", "", &IsAny, kLookIntoLog, ""},
     {"operation", "", &IsAny, kLookIntoLog, ""},
     {"process", "", &IsAny, kLookIntoLog, ""},
     {"random", "", &IsAny, kLookIntoLog, ""},
     {"record", "", &IsAny, kLookIntoLog, ""},
+    {"system", "", &IsAny, kLookIntoLog, ""},
     {"table", "", &IsAny, kLookIntoLog, ""},
     {"token", "", &IsAny, kLookIntoLog, ""},
 }};

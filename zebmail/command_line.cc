@@ -32,7 +32,8 @@ void BuildCommandLine(CLI::App& app, Invocation& invocation) {
   app.description("run the mail of a Postfix server");
   app.require_subcommand(0, 1);
   app.fallthrough();
-  app.set_help_flag("-h,--help", "print the help of the program, or of the command before it; also -h");
+  app.set_help_flag("-h,--help",
+                    "print the help of the program, or of the command before it; also -h");
   app.formatter(std::make_shared<HelpFormatter>(invocation.tree));
   AddGlobalOptions(app, invocation);
   AddInit(app, invocation);

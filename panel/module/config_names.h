@@ -47,7 +47,9 @@ inline constexpr std::array<ConfigName, 1> kParameters = {{
 }};
 
 inline constexpr std::array<ConfigName, 10> kPathNames = {{
-    {"postfix-bin", "The program postfix(1), by which Postfix is told to reload."},
+    {"postfix-bin",
+     "The program postfix(1), by which Postfix is told to reload. It has no default; zebmail init "
+     "sets it."},
     {"postfix-postmap",
      "What builds the map of the virtual user table and that of the access table: postmap(1), or "
      "zebmail-postmap(1), which changes single entries."},
@@ -58,8 +60,12 @@ inline constexpr std::array<ConfigName, 10> kPathNames = {{
     {"postfix-localhostnames", "The list of the domains that this server takes mail for."},
     {"postfix-accessdb", "The access table: suspensions, and the white and the black list."},
     {"postfix-aliases", "The aliases, by which forwards, responders and discarded mail work."},
-    {"postfix-domainips", "The table of domains whose mail leaves from an address of their own."},
-    {"postfix-master", "The master.cf of Postfix, in which such a domain gets its service."},
+    {"postfix-domainips",
+     "The table of domains whose mail leaves from an address of their own. It has no default; "
+     "zebmail init sets it."},
+    {"postfix-master",
+     "The master.cf of Postfix, in which such a domain gets its service. It has no default; "
+     "zebmail init sets it."},
     {"zebmail-answer",
      "The program that answers for mailboxes with a responder. Without it zebmail-answer beside "
      "the folder module_dir."},

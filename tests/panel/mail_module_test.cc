@@ -197,7 +197,8 @@ class MailboxModuleTest : public MailModuleTest {
     const Panel opened(panel_.config());
     std::vector<std::string> lines;
     for (const char* query :
-         {"SELECT 'mailbox', name, active || ' ' || dropmail FROM email ORDER BY id",
+         {"SELECT 'mailbox', name, cast(active AS integer) || ' ' || cast(dropmail AS integer)"
+          " FROM email ORDER BY id",
           "SELECT 'alias', name, email FROM email_alias ORDER BY id",
           "SELECT 'forward', name, email FROM email_forward ORDER BY id",
           "SELECT 'responder', active, email FROM email_responder ORDER BY id",

@@ -15,10 +15,8 @@
 #include <exception>
 #include <iostream>
 #include <stdexcept>
-#include <string>
 #include <string_view>
 
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -35,18 +33,17 @@ sigset_t AwaitedSignals() {
   return signals;
 }
 
+/// posix_spawn would leave two signals ignored for the command and all below it.
 pid_t Start(char** words) {
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
+  const pid_t process = fork();
+  if (process < 0) throw std::runtime_error("no process can be made");
+  if (process > 0) return process;
   sigset_t none;
   sigemptyset(&none);
-  posix_spawnattr_setsigmask(&attributes, &none);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-  pid_t process = 0;
-  const int error = posix_spawnp(&process, *words, nullptr, &attributes, words, environ);
-  posix_spawnattr_destroy(&attributes);
-  if (error != 0) throw std::runtime_error(std::string(*words) + " cannot be run");
-  return process;
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  execvp(*words, words);
+  std::cerr << "with_postgresql: " << *words << " cannot be run\n";
+  _exit(127);
 }
 
 int WaitFor(pid_t process, const sigset_t& signals) {

@@ -45,6 +45,8 @@ install(FILES
   ${PROJECT_BINARY_DIR}/zebapi-config.cmake ${PROJECT_BINARY_DIR}/zebapi-config-version.cmake
   DESTINATION ${cmake_dir} COMPONENT libzebapi-dev)
 
+file(RELATIVE_PATH prefix_from_pkgconfig
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zebapi.pc.in ${PROJECT_BINARY_DIR}/zebapi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zebapi.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libzebapi-dev)

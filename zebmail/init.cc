@@ -96,6 +96,7 @@ Status Init(const Invocation& invocation, const InitOptions& options) {
   }
   std::vector<fs::path> made = MakePanel(plan);
   for (fs::path& map : CompletePanel(invocation, plan.config)) made.push_back(std::move(map));
+  if (plan.is_new) panel::mail::ListKept(plan.kept);
   panel::mail::ListMade(made);
   PrintMade(invocation, options, plan, made);
   return kDone;

@@ -201,7 +201,11 @@ class Planner {
 
   void AddFile(const fs::path& path, mode_t mode, const std::string& text) {
     AddFolder(path.parent_path(), kPublicFolder);
-    if (!fs::exists(path)) plan_.files.push_back({path, mode, text});
+    if (fs::exists(path)) {
+      plan_.kept.push_back(path);
+    } else {
+      plan_.files.push_back({path, mode, text});
+    }
   }
 
  private:

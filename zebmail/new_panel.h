@@ -52,6 +52,8 @@ struct PanelPlan {
   bool is_new = true;           ///< whether there is no configuration file yet
   std::vector<Folder> folders;  ///< the missing ones, outer ones first
   std::vector<File> files;      ///< the missing ones, the configuration last
+
+  std::vector<std::filesystem::path> kept;  ///< files that are there already
 };
 
 /// Looks at what is there and changes nothing. Throws when the panel cannot be made as told.

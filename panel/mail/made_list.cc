@@ -16,6 +16,7 @@ std::string Line(const std::string& what, const std::string& name) {
 }
 
 void Append(const std::string& lines) {
+  if (lines.empty()) return;
   const std::string path = CurrentConfig().state_dir / "made";
   const conf::FileContents list = conf::ReadWholeFile(path);
   conf::ReplaceFile(
@@ -26,12 +27,18 @@ void Append(const std::string& lines) {
 
 }  // namespace
 
+void ListKept(const std::vector<fs::path>& paths) {
+  std::string lines;
+  for (const fs::path& path : paths) lines += Line("kept", path);
+  Append(lines);
+}
+
 void ListMade(const std::vector<fs::path>& paths) {
   std::string lines;
   for (const fs::path& path : paths) {
     lines += Line(fs::is_directory(path) ? "folder" : "file", path);
   }
-  if (!lines.empty()) Append(lines);
+  Append(lines);
 }
 
 void ListSettings(const fs::path& folder, const std::vector<Assignment>& settings) {

@@ -7,6 +7,7 @@
 ///   So both are listed in the file "made" in `state_dir`, in the order in which it happened, a
 ///   line each, with tabs between its words:
 ///
+///       kept PATH                 was there before the panel
 ///       folder PATH, file PATH    were made
 ///       main.cf FOLDER            the settings below are in the main.cf of this folder
 ///       set NAME VALUE            the parameter was given this value
@@ -25,6 +26,9 @@
 #include "panel/mail/main_cf.h"
 
 namespace panel::mail {
+
+/// Lists files that were there before a new panel.
+void ListKept(const std::vector<std::filesystem::path>& paths);
 
 /// Lists files and folders that have been made.
 void ListMade(const std::vector<std::filesystem::path>& paths);

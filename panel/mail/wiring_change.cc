@@ -168,8 +168,7 @@ WiringResult Apply(const WiringChange& change) {
   std::optional<fen_err::Error> failure;
   if (change.writes_client_rule) {
     result.copy_of_client_rule = WriteClientRule(change.client_rule, undoing);
-    ListMade(
-        {result.copy_of_client_rule.empty() ? change.client_rule : result.copy_of_client_rule});
+    if (result.copy_of_client_rule.empty()) ListMade({change.client_rule});
   }
   for (const Map& map : change.maps) Build(map);
   if (!change.assignments.empty()) {

@@ -74,8 +74,8 @@ bool IsMap(const fs::path& path) {
 
 /// The panel's own bookkeeping, which is looked at by its commands or not at all.
 bool IsBookkeeping(const fs::path& path) {
-  static const std::array<std::string, 5> kNames = {"panel.db", "panel.db-wal", "panel.db-shm",
-                                                    "lock", "zebfen.log"};
+  static const std::array<std::string, 6> kNames = {"panel.db", "panel.db-wal", "panel.db-shm",
+                                                    "lock",     "zebfen.log",   "made"};
   return std::find(kNames.begin(), kNames.end(), path.filename().string()) != kNames.end();
 }
 

@@ -197,10 +197,10 @@ TEST_F(CompletionOnPanel, OffersNoNameThatAShellCouldTakeForMore) {
   panel_.ChangeDatabase([] {
     const auto alias = zeb_db::GetCache().Get<zeb_db::EmailAliasTable>();
     for (const char* name :
-         {"a b",       "a\tb",    "a\nb", "a\x1b[2J", "a\xff",  "a\xc2\x9b", "a$(reboot)",
-          "a`reboot`", "a;b",     "a|b",  "a&b",      "a'b",    "a\"b",      "a\\b",
-          "a>b",       "a*b",     "a~b",  "a!b",      "a{b,c}", "a#b",       "-a",
-          "=a",        "<files>", "a-b",  "a+b",      "aé"}) {
+         {"a b",     "a\tb", "a\nb", "a\x1b[2J", "a\xc2\x9b", "a$(reboot)", "a`reboot`",
+          "a;b",     "a|b",  "a&b",  "a'b",      "a\"b",      "a\\b",       "a>b",
+          "a*b",     "a~b",  "a!b",  "a{b,c}",   "a#b",       "-a",         "=a",
+          "<files>", "a-b",  "a+b",  "aé"}) {
       alias->New();
       alias->name = name;
       alias->email = std::int64_t{1};
@@ -263,14 +263,16 @@ TEST_F(CompletionOnPanel, ChangesNothing) {
   EXPECT_EQ(after, before);
 }
 
-TEST_F(CompletionOnPanel, MakesNoDatabase) {
+using CompletionOnSqlite = CompletionOnPanel;
+
+TEST_F(CompletionOnSqlite, MakesNoDatabase) {
   std::filesystem::remove(panel_.Path("panel/panel.db"));
 
   EXPECT_EQ(After({"domain", "show", ""}), "");
   EXPECT_FALSE(std::filesystem::exists(panel_.Path("panel/panel.db")));
 }
 
-TEST_F(CompletionOnPanel, SaysNothingOfADatabaseThatOthersCanWrite) {
+TEST_F(CompletionOnSqlite, SaysNothingOfADatabaseThatOthersCanWrite) {
   test_support::SetMode(panel_.Path("panel/panel.db"), 0666);
 
   EXPECT_EQ(After({"domain", "show", ""}), "");

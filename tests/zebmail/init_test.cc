@@ -67,11 +67,12 @@ TEST(Init, ListsWhatItMakesForWhoTakesItAway) {
 
   const std::string panel = place.Path("panel");
   EXPECT_EQ(place.folder().ReadText("panel/state/made"),
-            "folder\t" + panel + "/state\n" + "file\t" + panel + "/panel.db\n" + "file\t" + panel +
-                "/mail/local-host-names\n" + "file\t" + panel + "/mail/access\n" + "file\t" +
-                panel + "/mail/aliases\n" + "file\t" + panel + "/mail/domainips\n" + "file\t" +
-                panel + "/zebmail.toml\n" + "file\t" + panel + "/mail/virtusertable.db\n" +
-                "file\t" + panel + "/mail/access.db\n");
+            "kept\t" + panel + "/mail/virtusertable\n" + "folder\t" + panel + "/state\n" +
+                "file\t" + panel + "/panel.db\n" + "file\t" + panel + "/mail/local-host-names\n" +
+                "file\t" + panel + "/mail/access\n" + "file\t" + panel + "/mail/aliases\n" +
+                "file\t" + panel + "/mail/domainips\n" + "file\t" + panel + "/zebmail.toml\n" +
+                "file\t" + panel + "/mail/virtusertable.db\n" + "file\t" + panel +
+                "/mail/access.db\n");
 }
 
 TEST(Init, ListsNothingWhereItMakesNothing) {

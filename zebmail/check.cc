@@ -21,6 +21,7 @@
 #include "panel/mail/back_end.h"
 #include "panel/mail/checks.h"
 #include "panel/mail/sync.h"
+#include "panel/mail/table_path.h"
 #include "zebmail/invocation.h"
 #include "zebmail/output.h"
 #include "zebmail/progress.h"
@@ -82,6 +83,11 @@ bool HaveSameLines(const std::string& left, const std::string& right) {
     return all;
   };
   return lines(left) == lines(right);
+}
+
+/// A plug-in for another mail server need not keep what a sync reads.
+bool HasTables() {
+  return panel::mail::WorksForPostfix() || !panel::mail::TablePath("virtusertable").empty();
 }
 
 /// Has the tables read as sync does, and keeps nothing of it: what it would change is different.
@@ -161,7 +167,7 @@ Report Examine(panel::mail::Panel& panel, bool fix, const Invocation& invocation
   try {
     fix ? MakeUpPendingWork(panel, report) : FindMissingEntries(panel, report);
     panel::mail::BackEnd();
-    FindDifferences(panel, invocation, report);
+    if (HasTables()) FindDifferences(panel, invocation, report);
   } catch (const fen_err::Error& error) {
     report.findings.push_back(ModuleFinding(error));
   }

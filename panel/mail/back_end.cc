@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host/email.h"
+#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "panel/module/config.h"
 
@@ -36,4 +37,8 @@ email::MtaInterface& panel::mail::BackEnd() {
                              "\"; set module_dir and MTA = \"postfix\" in " + config.file.string());
   }
   return *Registered();
+}
+
+bool panel::mail::WorksForPostfix() {
+  return fen_cf::GetParam("MTA") == "postfix";
 }

@@ -15,4 +15,8 @@ namespace panel::mail {
 /// registered one.
 email::MtaInterface& BackEnd();
 
+/// Whether the panel in use works for Postfix, whose settings and maps it looks after as well. What
+/// belongs to another mail server is the plug-in's own matter.
+bool WorksForPostfix();
+
 }  // namespace panel::mail

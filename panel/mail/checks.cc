@@ -19,6 +19,7 @@
 #include "host/fen_err.h"
 #include "panel/conf/pending.h"
 #include "panel/mail/advice.h"
+#include "panel/mail/back_end.h"
 #include "panel/mail/binding_checks.h"
 #include "panel/mail/host_name_checks.h"
 #include "panel/mail/map_building_checks.h"
@@ -228,11 +229,24 @@ Findings CheckMaps() {
   return findings;
 }
 
-using Check = Findings (*)();
-constexpr std::array<Check, 11> kQuickChecks = {
-    &CheckPendingWork, &CheckTools,      &CheckTableFiles, &CheckTableFolders,
-    &CheckMaps,        &CheckTableLines, &CheckTargets,    &CheckHostNameLines,
-    &CheckSuspensions, &CheckResponders, &CheckBindings};
+struct Check {
+  Findings (*run)();
+  bool is_about_postfix;  ///< and says nothing that is true of another mail server
+};
+
+constexpr std::array<Check, 11> kQuickChecks = {{
+    {&CheckPendingWork, false},
+    {&CheckTools, true},
+    {&CheckTableFiles, true},
+    {&CheckTableFolders, true},
+    {&CheckMaps, true},
+    {&CheckTableLines, true},
+    {&CheckTargets, true},
+    {&CheckHostNameLines, true},
+    {&CheckSuspensions, true},
+    {&CheckResponders, false},
+    {&CheckBindings, true},
+}};
 
 }  // namespace
 
@@ -242,11 +256,12 @@ std::vector<Finding> RunChecks(const ShowProgress& progress) {
     all.insert(all.end(), findings.begin(), findings.end());
   };
   std::size_t done = 0;
-  for (const Check check : kQuickChecks) {
-    add(check());
+  const bool is_postfix = WorksForPostfix();
+  for (const Check& check : kQuickChecks) {
+    if (is_postfix || !check.is_about_postfix) add(check.run());
     if (progress) progress(++done, kQuickChecks.size() + 1);
   }
-  add(CheckWiring(progress));
+  if (is_postfix) add(CheckWiring(progress));
   return all;
 }
 

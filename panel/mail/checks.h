@@ -7,7 +7,8 @@
 ///   along the means to do so.
 ///
 /// HOW TO ADD ONE
-///   Write a function that returns its findings and put it into the list in checks.cc.
+///   Write a function that returns its findings and put it into the list in checks.cc, with whether
+///   it is about Postfix: such a check is left out where the panel works for another mail server.
 
 #pragma once
 

@@ -182,7 +182,7 @@ Domain MailModule::ShowDomain(const std::string& name) const {
 /// The targets that the tables name without a domain belong to these, and a line for the unknown
 /// addresses of such a domain would take them all.
 void MailModule::RequireNoneOfOurs(const std::string& name) {
-  if (fen_cf::GetParam("MTA") != "postfix") return;
+  if (!WorksForPostfix()) return;
   if (host_names_.empty()) host_names_ = HostNames();
   if (std::find(host_names_.begin(), host_names_.end(), name) == host_names_.end()) return;
   Refuse(

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/fen_cf.h"
 #include "host/fen_err.h"
 #include "host/zeb_db.h"
+#include "panel/mail/back_end.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/map_lookup.h"
 #include "panel/mail/name_list.h"
@@ -265,6 +267,11 @@ bool IsDomainOfPanel(const std::string& name) {
 }
 
 Wiring PlanWiring() {
+  if (!WorksForPostfix()) {
+    throw fen_err::Error(
+        "config", "[param] MTA",
+        "is \"" + fen_cf::GetParam("MTA") + "\", so that there is nothing to set in Postfix");
+  }
   return Planner().Plan();
 }
 

@@ -73,7 +73,8 @@ struct Wiring {
   Elements RestrictionsOf(const std::string& name) const;
 };
 
-/// Looks at main.cf for the panel in use, whose modules must be set up.
+/// Looks at main.cf for the panel in use, whose modules must be set up. Throws
+/// fen_err::Error("config", "[param] MTA", ...) when the panel works for another mail server.
 Wiring PlanWiring();
 
 /// Whether the name, in lower case, is a mail domain of the panel.

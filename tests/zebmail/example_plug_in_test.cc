@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -68,6 +69,34 @@ TEST(ExamplePlugIn, HasNoTablesThatASyncCouldRead) {
   EXPECT_EQ(run.errors,
             "zebmail: path: journal-virtusertable: is neither in [path] nor set by a plug-in, so "
             "that there is no table to read\n");
+}
+
+/// The Postfix of the machine is another's then: main.cf must not be led to tables that stay empty.
+TEST(ExamplePlugIn, LeavesPostfixAsItIs) {
+  const JournalPanel panel;
+  panel.SetMainCf(panel.BareMainCf());
+  panel.Do({"domain", "create", "example.org"});
+  std::filesystem::remove(panel.Path("panel/mail/access"));
+  const auto before = Snapshot(panel.Path("config"));
+  const std::string refusal =
+      "zebmail: config: [param] MTA: is \"journal\", so that there is nothing to set in Postfix\n";
+
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"check"}, {"check", "--fix"}}) {
+    EXPECT_EQ(panel.Do(words), "nothing is wrong\n");
+  }
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"postfix-config"},
+                                                {"postfix-config", "--apply"},
+                                                {"--dry-run", "postfix-config", "--apply"}}) {
+    const CommandRun run = panel.Run(words);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, refusal);
+    EXPECT_EQ(run.output, "");
+  }
+
+  EXPECT_EQ(Snapshot(panel.Path("config")), before);
+  EXPECT_FALSE(std::filesystem::exists(panel.Path("panel/mail/access")));
+  EXPECT_EQ(panel.postfix().Runs(), std::vector<std::string>());
 }
 
 }  // namespace

@@ -24,6 +24,10 @@ namespace {
 /// Any number will do for the panel's lock; this one reads "zebmail" in ASCII.
 constexpr const char* kTakeAdvisoryLock = "SELECT pg_advisory_xact_lock(34451420575000940)";
 
+/// Says itself what a server may have other defaults for: one snapshot for the whole transaction
+/// would be taken before the wait for the lock, and show the rows as they were then.
+constexpr const char* kBeginPostgresql = "BEGIN ISOLATION LEVEL READ COMMITTED READ WRITE";
+
 /// Makes the file of a new database, which holds everybody's addresses, for its owner alone; SQLite
 /// gives the files that it puts beside it the same mode. A file that is there is not opened here:
 /// to close it again would take away the locks that this process may hold on it.
@@ -96,12 +100,14 @@ void Connection::Connect() {
 void Connection::Open(const Location& location) {
   const bool is_sqlite_to_look = kind_ == Kind::kSqlite && access_ == Access::kLook;
   if (kind_ == Kind::kSqlite && access_ == Access::kChange) CreateFile(location.file);
-  session_ = std::make_shared<soci::session>(
+  auto opened = std::make_shared<soci::session>(
       location.backend, location.connect_string + (is_sqlite_to_look ? " readonly=true" : ""));
-  if (kind_ == Kind::kSqlite) {
-    SetUpSqlite();
-  } else {
-    SetUpPostgresql();
+  const auto before = std::exchange(session_, std::move(opened));
+  try {
+    kind_ == Kind::kSqlite ? SetUpSqlite() : SetUpPostgresql();
+  } catch (...) {
+    session_ = before;  // one that is set up by half must not be worked with; this one is made anew
+    throw;
   }
 }
 
@@ -187,7 +193,7 @@ void Connection::Begin(Journal& journal) {
   if (journal_ != nullptr) {
     throw fen_err::Error("database", name_, "there is a transaction in progress already");
   }
-  Query(kind_ == Kind::kSqlite ? "BEGIN IMMEDIATE" : "BEGIN");
+  Query(kind_ == Kind::kSqlite ? "BEGIN IMMEDIATE" : kBeginPostgresql);
   journal_ = &journal;
   TouchAll();
   if (kind_ == Kind::kSqlite) return;

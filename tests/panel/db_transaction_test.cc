@@ -1,13 +1,16 @@
 /// NAME
 ///   db_transaction_test - all of an operation, or nothing, and what it has changed
 
+#include <chrono>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "panel/db/connection.h"
 #include "tests/panel/db_fixture.h"
+#include "tests/support/postgresql_server.h"
 
 namespace {
 
@@ -243,6 +246,38 @@ TEST_P(DatabaseTransaction, ThatIsOverCannotBeCommittedAgain) {
   transaction.Commit();
   EXPECT_EQ(ErrorOf([&] { transaction.Commit(); }),
             "database: " + url() + ": the transaction is over already");
+}
+
+/// A server may be set to show one moment to a whole transaction, and to let it read only.
+TEST(PostgresqlTransaction, SeesWhatTheOneItWaitedForHasChanged) {
+  test_support::PostgresqlServer server;
+  const std::string url = server.MakeDatabase();
+  for (const char* const setting : {"isolation = 'repeatable read'", "read_only = on"}) {
+    Connection(server.Url("postgres"))
+        .Query("ALTER DATABASE panel1 SET default_transaction_" + std::string(setting));
+  }
+  Connection first(url);
+  Journal journal_of_first;
+  first.Begin(journal_of_first);
+  first.Query("CREATE TABLE name (name TEXT)");
+  first.Query("INSERT INTO name VALUES ('before')");
+  first.Commit();
+  first.Begin(journal_of_first);
+  first.Query("UPDATE name SET name = 'after'");
+  Connection second(url);
+  Journal journal_of_second;
+  std::thread waiting([&] { second.Begin(journal_of_second); });
+  const std::string waits =
+      "SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' AND NOT granted";
+  while (first.Query(waits).Cell(0) != "1") {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  first.Commit();
+  waiting.join();
+
+  EXPECT_EQ(second.Query("SELECT name FROM name").Cell(0), "after");
+  second.Query("DELETE FROM name");
+  second.Commit();
 }
 
 }  // namespace

@@ -100,6 +100,25 @@ TEST_F(PostgresqlLost, WithinAChangeFailsItAsAWhole) {
   ExpectWorksWith("first.example");
 }
 
+/// In its place stands one whose texts the panel cannot read, so that the session cannot be set up.
+TEST_F(PostgresqlLost, IsMadeAnewOnceItCanBeSetUp) {
+  const auto rename = [&](const std::string& from, const std::string& to) {
+    server_.EndConnections(server_.Url(from));
+    panel::db::Connection(server_.Url("postgres"))
+        .Query("ALTER DATABASE " + from + " RENAME TO " + to);
+  };
+  rename("panel1", "kept");
+  panel::db::Connection(server_.Url("postgres"))
+      .Query("CREATE DATABASE panel1 ENCODING 'MULE_INTERNAL' TEMPLATE template0");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_THAT(FailureOf([] { MailModule().CreateDomain("a.example", {}); }),
+                MatchesRegex("database: .*: .*MULE_INTERNAL.*"));
+  }
+  rename("panel1", "other");
+  rename("kept", "panel1");
+  ExpectWorksWith("first.example");
+}
+
 /// The tables are in place then, and come back.
 TEST_F(PostgresqlLost, BetweenTheTablesAndTheDatabaseFailsTheChangeAsAWhole) {
   EXPECT_EQ(FailureOf([this] {

@@ -71,9 +71,11 @@ std::optional<Widths> Narrowed(Widths widths, std::size_t room) {
 /// Takes as much from the beginning of `text` as goes into `width` columns, one character at least.
 std::string TakePiece(std::string_view& text, std::size_t width) {
   std::string piece;
+  std::size_t taken = 0;
   for (std::string_view rest = text; !rest.empty(); text = rest) {
     const std::string_view bytes = panel::TakeGlyph(rest).bytes;
-    if (!piece.empty() && Width(piece) + Width(bytes) > width) break;
+    taken += Width(bytes);
+    if (!piece.empty() && taken > width) break;
     piece += bytes;
   }
   return piece;
@@ -84,16 +86,20 @@ std::string TakePiece(std::string_view& text, std::size_t width) {
 std::vector<std::string> Fold(std::string_view text, std::size_t width) {
   if (Width(text) <= width) return {std::string(text)};
   std::vector<std::string> pieces;
+  std::size_t filled = 0;  // columns of the last piece
   while (!text.empty()) {
     const std::size_t end = std::min(text.find(' '), text.size());
     std::string_view word = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
-    if (!pieces.empty() && Width(pieces.back()) + 1 + Width(word) <= width) {
+    const std::size_t needed = 1 + Width(word);
+    if (!pieces.empty() && filled + needed <= width) {
       pieces.back() += " " + std::string(word);
+      filled += needed;
       continue;
     }
     do pieces.push_back(TakePiece(word, width));
     while (!word.empty());
+    filled = Width(pieces.back());
   }
   return pieces;
 }

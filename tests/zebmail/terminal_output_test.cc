@@ -1,6 +1,7 @@
 /// NAME
 ///   terminal_output_test - what a terminal gets that a pipe does not: folded columns and colours
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -142,6 +143,24 @@ TEST(Table, BreaksAWideCharacterAtNoPlaceButItsEdge) {
             "a.example  active  redir_domain    例例例例例例例例例   -\n"
             "                                   例.例例例例例例例例\n"
             "                                   例例.example\n");
+}
+
+/// To measure all that is before a character again for each took a minute here. A target that was
+/// written by hand has any length.
+TEST(Table, FoldsACellOfManyLettersAtOnce) {
+  const MailboxPanel panel;
+  panel.Do({"forward", "add", "info@example.org", "boss@example.net"});
+  const std::string many(200'000, 'x');
+  panel.SetTable("aliases", str::Replace(panel.folder().ReadText("panel/mail/aliases"),
+                                         "boss@example.net", many + "@example.net"));
+  panel.Do({"sync"});
+  const auto begun = std::chrono::steady_clock::now();
+
+  const std::string shown = Shown(panel, {"mailbox", "list"}, {.columns = 65'535});
+
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(15));
+  const std::string forward = str::Replace(shown.substr(shown.find(many.substr(0, 100))), " ", "");
+  EXPECT_EQ(str::Replace(forward, "\n", ""), many + "@example.net");
 }
 
 TEST(Colour, IsInHeadingsAndInWhatIsSuspended) {

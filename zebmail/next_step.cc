@@ -27,8 +27,7 @@ bool IsUseOfName(std::string_view value) {
 }
 
 /// What to do about errors of one form. "{value}" stands for the error's value as a shell takes it,
-/// "{domain}" for the domain of the address that it is, "{config}" for the configuration file and
-/// "{log}" for the panel's log.
+/// "{config}" for the configuration file and "{log}" for the panel's log.
 struct Rule {
   std::string_view type;
   std::string_view object;  ///< empty for any, "/" for any path
@@ -43,7 +42,8 @@ constexpr std::string_view kLookIntoLog =
 
 constexpr std::array<Rule, 30> kRules = {{
     {"missing", "domain", &IsName, kSeeAll, "domain list"},
-    {"missing", "mailbox", &IsName, kSeeAll, "mailbox list {domain}"},
+    // Not the list of its domain, which need not be there either.
+    {"missing", "mailbox", &IsName, kSeeAll, "mailbox list"},
     {"missing", "alias", &IsName, kSeeAll, "alias list MAILBOX"},
     {"missing", "forward", &IsName, kSeeAll, "forward list MAILBOX"},
     {"missing", "web domain", &IsName, kSeeAll, "webdomain list"},
@@ -133,10 +133,9 @@ bool Fits(const Rule& rule, const fen_err::Error& error) {
 /// What stands for `name` in a rule.
 std::string Meaning(std::string_view name, const fen_err::Error& error) {
   const panel::Config& config = panel::CurrentConfig();
-  const std::string& value = error.value();
   if (name == "{config}") return config.file;
   if (name == "{log}") return config.state_dir / "zebfen.log";
-  return panel::mail::ShellWord(name == "{domain}" ? value.substr(value.rfind('@') + 1) : value);
+  return panel::mail::ShellWord(error.value());
 }
 
 /// What an error says is put in once, whatever braces it has.

@@ -44,8 +44,8 @@ TEST(NextStep, OfWhatIsMissingIsToSeeWhatThereIs) {
   };
 
   expect({"domain", "show", "other.example"}, "domain: other.example", "domain list");
-  expect({"mailbox", "show", "other@example.org"}, "mailbox: other@example.org",
-         "mailbox list example.org");
+  expect({"mailbox", "show", "other@example.org"}, "mailbox: other@example.org", "mailbox list");
+  expect({"mailbox", "show", "info@other.example"}, "mailbox: info@other.example", "mailbox list");
   expect({"alias", "remove", "info@example.org", "other"}, "alias: other", "alias list MAILBOX");
   expect({"forward", "remove", "info@example.org", "a@example.net"}, "forward: a@example.net",
          "forward list MAILBOX");

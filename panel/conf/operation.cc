@@ -129,6 +129,15 @@ std::vector<Operation::Change> Operation::changes() const {
   return changes;
 }
 
+std::vector<Operation::Change> Operation::ForgetChanges() {
+  Operation* const operation = current;
+  if (operation == nullptr) throw fen_err::Error("operation", "panel", "there is none in progress");
+  std::vector<Change> changes = operation->changes();
+  for (const std::shared_ptr<File>& file : operation->changed_) Cache::Known()->Forget(*file);
+  operation->changed_.clear();
+  return changes;
+}
+
 std::vector<std::string> Operation::tools() const {
   return tools_ ? tools_->commands() : std::vector<std::string>();
 }

@@ -74,6 +74,10 @@ class Operation {
   /// What each changed file of a batch or rehearsal would become, in the order of the first change.
   std::vector<Change> changes() const;
 
+  /// Forgets what the operation in progress has changed and not saved, so that the files are what
+  /// they are on disk, and returns what each would have become. No cursor may be open.
+  static std::vector<Change> ForgetChanges();
+
   /// The command lines that a rehearsal would have run. While it lives, no tool is started in its
   /// thread.
   std::vector<std::string> tools() const;

@@ -114,13 +114,27 @@ const std::vector<RowChange>& Transaction::changes() const noexcept {
   return journal_->changes;
 }
 
-/// SQLite takes note of them by itself.
-void GoOnBehindKeys(const std::string& table) {
+void GoOnBehindKey(const std::string& table, std::int64_t key) {
   Connection& connection = CurrentConnection();
-  if (connection.kind() == Kind::kSqlite) return;
-  const std::string sequence = "pg_get_serial_sequence('" + table + "', 'id')";
-  connection.Query("SELECT setval(" + sequence + ", greatest(max(id), pg_sequence_last_value(" +
-                   sequence + "))) FROM " + table);
+  const std::string name = Quote(table, "text");
+  const std::string last = std::to_string(key);
+  if (connection.kind() == Kind::kSqlite) {
+    connection.Query("UPDATE sqlite_sequence SET seq = max(seq, " + last +
+                     ") WHERE name = " + name);
+    connection.Query("INSERT INTO sqlite_sequence (name, seq) SELECT " + name + ", " + last +
+                     " WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence WHERE name = " + name + ")");
+    return;
+  }
+  const std::string sequence = "pg_get_serial_sequence(" + name + ", 'id')";
+  connection.Query("SELECT setval(" + sequence + ", greatest(" + last +
+                   ", pg_sequence_last_value(" + sequence + ")))");
+}
+
+void ChangeKey(const std::string& table, std::int64_t from, std::int64_t to) {
+  Connection& connection = CurrentConnection();
+  connection.Query("UPDATE " + table + " SET id = " + std::to_string(to) +
+                   " WHERE id = " + std::to_string(from));
+  connection.TouchAll();
 }
 
 GatheredInserts::GatheredInserts(const std::string& table, const std::string& owner)

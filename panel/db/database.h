@@ -127,8 +127,12 @@ class GatheredInserts {
   std::unique_ptr<Gathering> gathering_;
 };
 
-/// Some rows of the table were given keys: those of new rows go on behind the greatest there was.
-void GoOnBehindKeys(const std::string& table);
+/// The keys of new rows of the table go on behind this one, or wherever they were if that is
+/// further.
+void GoOnBehindKey(const std::string& table, std::int64_t key);
+
+/// Gives a new row of the table, to which no other belongs yet, a key that none has.
+void ChangeKey(const std::string& table, std::int64_t from, std::int64_t to);
 
 /// A column and the value that a row must have in it, in the form in which it is stored.
 struct Match {

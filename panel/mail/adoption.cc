@@ -4,8 +4,7 @@
 #include "panel/mail/adoption.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdint>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,32 +13,28 @@
 #include "host/fen_err.h"
 #include "host/str.h"
 #include "panel/db/database.h"
+#include "panel/mail/adopted_things.h"
 #include "panel/mail/answers.h"
 #include "panel/mail/domain_settings.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/names.h"
 #include "panel/mail/panel.h"
 #include "panel/mail/responder_folder.h"
-#include "panel/mail/sync.h"
+#include "panel/mail/responder_keys.h"
 #include "panel/mail/table_keys.h"
 #include "panel/mail/table_path.h"
-#include "panel/mail/table_values.h"
-#include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
-
-using Key = std::int64_t;
 
 bool HasDomain(const std::string& name) {
   return zeb_db::GetCache().Get<zeb_db::EmailDomainTable>()->name.Lookup(name);
 }
 
-/// Makes these the names of one kind that the mailbox has.
+/// Gives the mailbox these names of one kind.
 template <class Table>
-void SetNames(const zeb_db::EmailTable& mailbox, const std::vector<std::string>& names) {
+void AddNames(const zeb_db::EmailTable& mailbox, const std::vector<std::string>& names) {
   const auto row = zeb_db::GetCache().Get<Table>();
-  row->DbDelete("email = " + mailbox.id.AsString());
   for (const std::string& name : names) {
     row->New();
     row->email = mailbox.id;
@@ -59,8 +54,10 @@ class Adopter {
   bool IsThere(const DomainLine& said);
   bool IsThere(const MailboxLine& said);
   bool IsThere(const SenderLine& said);
+  void RequireNoEntry(const MailboxName& name);
+  void RequireDomainLine(const MailboxName& name, const std::string& line);
 
-  /// Makes the rows of the things of one kind.
+  /// Does `work` on the things of one kind.
   template <class Line>
   void ForEach(void (Adopter::*work)(const Line&)) {
     for (const ImportLine* const line : there_) {
@@ -69,48 +66,53 @@ class Adopter {
     }
   }
   void AddDomain(const DomainLine& said);
-  void AddMailboxWithKey(const MailboxLine& said);
   void AddMailbox(const MailboxLine& said);
-  void SetDelivery(const MailboxLine& said);
+  void TakeKey(const MailboxLine& said);
+  void AddDelivery(const MailboxLine& said);
   void AddResponder(const MailboxLine& said);
   void AddSenders(const std::vector<ImportLine>& lines);
-  std::optional<Key> KeyInTable(const MailboxName& name);
-
-  static void RequireSame();
-  void TakeResponder(const MailboxLine& said);
+  void RequireSame();
+  void WriteDomain(const DomainLine& said) { written_.WriteDomain(said.name); }
+  void WriteMailbox(const MailboxLine& said) { written_.WriteMailbox(said.address); }
+  void WriteSender(const SenderLine& said) { written_.WriteSender(said.list, said.value); }
 
   MailModule& mail_;
   const AtLine& at_line_;
   std::optional<CommandUser> answerer_;
+  AdoptedThings written_;
+  std::optional<ResponderKeys> keys_;
   TableKeys addresses_{"virtusertable", " \t\r\n#"};
-  TextTable access_{TablePath("accessdb"), Format::kPostmap};
-  TextTable aliases_{TablePath("aliases"), Format::kPostalias};
+  TableKeys entries_{"aliases", ": \t\r\n#"};
+  TableKeys access_{"accessdb", " \t\r\n"};
+  bool has_new_mailbox_ = false;          ///< one that neither the tables nor the panel have
   std::vector<const ImportLine*> there_;  ///< those whose things the tables alone have
 };
 
 std::unordered_set<const ImportLine*> Adopter::Run(const std::vector<ImportLine>& lines) {
   FindWhatIsThere(lines);
+  if (there_.empty() && !has_new_mailbox_) return {};
+  keys_.emplace(written_.aliases());
+  if (keys_->greatest() > 0) db::GoOnBehindKey("email", keys_->greatest());
   if (there_.empty()) return {};  // listed senders by themselves are added like any others
   ForEach<DomainLine>(&Adopter::AddDomain);
-  ForEach<MailboxLine>(&Adopter::AddMailboxWithKey);
-  db::GoOnBehindKeys("email");
   ForEach<MailboxLine>(&Adopter::AddMailbox);
-  ForEach<MailboxLine>(&Adopter::SetDelivery);
+  ForEach<MailboxLine>(&Adopter::TakeKey);
+  ForEach<MailboxLine>(&Adopter::AddDelivery);
   ForEach<MailboxLine>(&Adopter::AddResponder);
   AddSenders(lines);
   RequireSame();
-  ForEach<MailboxLine>(&Adopter::SetDelivery);  // a synchronisation has them in another order
-  ForEach<MailboxLine>(&Adopter::TakeResponder);
   return {there_.begin(), there_.end()};
 }
 
 void Adopter::FindWhatIsThere(const std::vector<ImportLine>& lines) {
   for (const ImportLine& line : lines) {
-    const auto* const domain = std::get_if<DomainLine>(&line.said);
-    const auto* const mailbox = std::get_if<MailboxLine>(&line.said);
-    if ((domain != nullptr && IsThere(*domain)) || (mailbox != nullptr && IsThere(*mailbox))) {
-      there_.push_back(&line);
-    }
+    at_line_(line, [&] {
+      const auto* const domain = std::get_if<DomainLine>(&line.said);
+      const auto* const mailbox = std::get_if<MailboxLine>(&line.said);
+      if ((domain != nullptr && IsThere(*domain)) || (mailbox != nullptr && IsThere(*mailbox))) {
+        there_.push_back(&line);
+      }
+    });
   }
 }
 
@@ -122,13 +124,41 @@ bool Adopter::IsThere(const DomainLine& said) {
 bool Adopter::IsThere(const MailboxLine& said) {
   const MailboxName name = CheckedMailbox(said.address);
   const DomainRow domain = zeb_db::GetCache().Get<zeb_db::EmailDomainTable>();
-  if (domain->name.Lookup(name.domain) && UseOfName(*domain, name.local)) return false;
-  return addresses_.Find(name.Address()).has_value();
+  const bool has_domain = domain->name.Lookup(name.domain);
+  if (has_domain && UseOfName(*domain, name.local)) return false;
+  const std::optional<std::string> line = addresses_.Find(name.Address());
+  if (!line) {
+    RequireNoEntry(name);
+    has_new_mailbox_ = true;
+  } else if (!has_domain) {
+    RequireDomainLine(name, *line);
+  }
+  return line.has_value();
+}
+
+/// The entry of a mailbox that has lost its line would forward or answer the mail of the new one.
+void Adopter::RequireNoEntry(const MailboxName& name) {
+  const auto entry = entries_.Find(str::Replace(name.Address(), "@", "+"));
+  if (!entry) return;
+  throw fen_err::Error("exists", "mailbox",
+                       InUnicode(name.Address()) + " has no line in " + TablePath("virtusertable") +
+                           ", but an entry in " + *entry +
+                           "; put its line back, or remove the entry");
+}
+
+void Adopter::RequireDomainLine(const MailboxName& name, const std::string& line) {
+  if (addresses_.Find("@" + name.domain)) return;
+  throw fen_err::Error("missing", "domain",
+                       InUnicode(name.Address()) + " is in " + line + ", but there is no line @" +
+                           name.domain + ", by which its domain would be there too; put that in, " +
+                           "or remove the lines of its mailboxes");
 }
 
 /// The verdict on what is suspended stands in place of that of a list, which comes back with it.
 bool Adopter::IsThere(const SenderLine& said) {
-  if (IsListed(said.list, said.value)) return false;
+  if (IsListed(SenderList::kWhite, said.value) || IsListed(SenderList::kBlack, said.value)) {
+    return false;
+  }
   const std::string value = CheckedSender(said.list, said.value);
   return FindSuspension(value) || access_.Find(value) || access_.Find("connect:" + value);
 }
@@ -143,46 +173,41 @@ void Adopter::AddDomain(const DomainLine& said) {
   row->Post();
 }
 
-/// The key that the responder's command in the aliases names.
-std::optional<Key> Adopter::KeyInTable(const MailboxName& name) {
-  const auto entry = aliases_.Find(str::Replace(name.Address(), "@", "+"));
-  if (!entry) return std::nullopt;
-  for (const std::string& value : ParseValues(entry->value)) {
-    Key key = 0;
-    std::from_chars(value.data() + value.rfind('/') + 1, value.data() + value.size(), key);
-    if (key > 0 && ParseValues(ResponderTarget(key)).front() == value) return key;
-  }
-  return std::nullopt;
-}
-
-/// One whose key another mailbox has gets a new one; the synchronisation finds that then.
-void Adopter::AddMailboxWithKey(const MailboxLine& said) {
-  const MailboxName name = CheckedMailbox(said.address);
-  const auto key = KeyInTable(name);
-  if (!key ||
-      zeb_db::GetCache().Get<zeb_db::EmailTable>()->DbFind("id = " + std::to_string(*key))) {
-    return;
-  }
-  zeb_db::GetCache().Query("INSERT INTO email (id, name, domain) VALUES (" + std::to_string(*key) +
-                           ", " + fen_db::Cache::EscapeValue(name.local) + ", " +
-                           FindDomain(name.domain)->id.AsString() + ")");
-}
-
 void Adopter::AddMailbox(const MailboxLine& said) {
   const MailboxName name = CheckedMailbox(said.address);
-  MailboxRow row = LookUpMailbox(said.address);
-  if (!row) {
-    row = zeb_db::GetCache().Get<zeb_db::EmailTable>();
-    row->New();
-    row->name = name.local;
-    row->domain = FindDomain(name.domain)->id;
-  }
+  const MailboxRow row = zeb_db::GetCache().Get<zeb_db::EmailTable>();
+  row->New();
+  row->name = name.local;
+  row->domain = FindDomain(name.domain)->id;
   row->active = said.active.value_or(true);
   row->dropmail = said.drop_mail.value_or(false);
   row->Post();
 }
 
-void Adopter::SetDelivery(const MailboxLine& said) {
+/// The mailbox gets the key by which the aliases have its mail answered. The rows of mailboxes were
+/// given keys behind all of those.
+void Adopter::TakeKey(const MailboxLine& said) {
+  const MailboxRow row = FindMailbox(said.address);
+  const std::string address = CheckedMailbox(said.address).Address();
+  const std::string entry = str::Replace(address, "@", "+");
+  const auto key = keys_->Of(entry);
+  if (!key) return;
+  const auto refuse = [&](const std::string& why) {
+    throw fen_err::Error("exists", "mailbox",
+                         InUnicode(address) + " is answered for in " + *entries_.Find(entry) +
+                             " as the mailbox with the key " + std::to_string(*key) + ", " + why +
+                             "; remove that responder from the aliases, and switch it on again "
+                             "behind the import");
+  };
+  if (*key > ResponderKeys::kGreatest) refuse("which is no key that a panel gives");
+  if (const auto other = keys_->OtherWith(*key, entry)) refuse("and so is " + *other);
+  if (zeb_db::GetCache().Get<zeb_db::EmailTable>()->DbFind("id = " + std::to_string(*key))) {
+    refuse("which another mailbox has");
+  }
+  db::ChangeKey("email", row->id, *key);
+}
+
+void Adopter::AddDelivery(const MailboxLine& said) {
   const MailboxRow row = FindMailbox(said.address);
   const std::string domain = CheckedMailbox(said.address).domain;
   std::vector<std::string> aliases;
@@ -193,8 +218,8 @@ void Adopter::SetDelivery(const MailboxLine& said) {
   for (const std::string& forward : said.forwards.value_or(std::vector<std::string>())) {
     forwards.push_back(CheckedAddress("forward", forward));
   }
-  SetNames<zeb_db::EmailAliasTable>(*row, aliases);
-  SetNames<zeb_db::EmailForwardTable>(*row, forwards);
+  AddNames<zeb_db::EmailAliasTable>(*row, aliases);
+  AddNames<zeb_db::EmailForwardTable>(*row, forwards);
 }
 
 void Adopter::AddResponder(const MailboxLine& said) {
@@ -203,54 +228,42 @@ void Adopter::AddResponder(const MailboxLine& said) {
     mail_.KeepResponderText(said.address, said.answer);
   }
   if (!is_on) return;
-  const MailboxRow row = FindMailbox(said.address);
+  MailboxRow row = FindMailbox(said.address);
   const auto responder = ResponderOf(*row);
   responder->New();
   responder->email = row->id;
   responder->active = true;
   responder->Post();
-}
-
-/// A synchronisation would take them from the table too, so none is left to come later.
-void Adopter::AddSenders(const std::vector<ImportLine>& lines) {
-  for (const ImportLine& line : lines) {
-    const auto* const said = std::get_if<SenderLine>(&line.said);
-    if (said == nullptr || !IsThere(*said)) continue;
-    TakeListed(said->list, said->value);
-    there_.push_back(&line);
-  }
-}
-
-void Adopter::RequireSame() {
-  for (const SyncResult& result :
-       Synchronise({.allow_mass_delete = true, .for_comparison = true, .progress = {}})) {
-    if (result.first.empty()) continue;
-    std::string differences;
-    for (const std::string& one : result.first) {
-      differences += (differences.empty() ? "" : ", ") + one;
-    }
-    throw fen_err::Error(
-        "exists", result.kind,
-        "the tables have things that the lines speak of and the panel does not "
-        "have, but they do not say the same: a sync behind this would have these " +
-            differences + "; put the lines or the tables right");
-  }
-}
-
-/// The synchronisation leaves a responder out that the aliases do not run.
-void Adopter::TakeResponder(const MailboxLine& said) {
-  if (!said.responder.value_or(false)) return;
-  MailboxRow row = FindMailbox(said.address);
-  if (ResponderOf(*row)->Eof()) {
-    throw fen_err::Error("exists", "mailbox",
-                         said.address +
-                             " is in the tables, and the panel does not have it, but the aliases "
-                             "do not run its responder; put the line or the tables right");
-  }
   if (!answerer_) answerer_ = RequireAnswering();
   AfterCommit([answer = AnswerOf(row), user = *answerer_] {
     WriteResponderFolder(answer.mailbox, answer.message, false, user);
   });
+}
+
+/// They are looked for last: a suspension may stand in place of what a list says.
+void Adopter::AddSenders(const std::vector<ImportLine>& lines) {
+  for (const ImportLine& line : lines) {
+    const auto* const said = std::get_if<SenderLine>(&line.said);
+    if (said == nullptr) continue;
+    at_line_(line, [&] {
+      if (!IsThere(*said)) return;
+      TakeListed(said->list, said->value);
+      there_.push_back(&line);
+    });
+  }
+}
+
+/// Domains are written before what is in them, as they would be by hand.
+void Adopter::RequireSame() {
+  ForEach<DomainLine>(&Adopter::WriteDomain);
+  ForEach<MailboxLine>(&Adopter::WriteMailbox);
+  ForEach<SenderLine>(&Adopter::WriteSender);
+  std::stable_sort(there_.begin(), there_.end(),
+                   [](const ImportLine* left, const ImportLine* right) {
+                     return left->said.index() < right->said.index();
+                   });
+  written_.RequireSame(
+      [this](std::size_t thing, const auto& step) { at_line_(*there_[thing], step); });
 }
 
 }  // namespace

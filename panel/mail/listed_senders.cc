@@ -102,6 +102,14 @@ void RequireNoSuspension(const std::string& value) {
                            "suspended; resume it first");
 }
 
+/// A mailbox may be suspended by itself in a domain that is, too.
+bool HasVerdictOfSuspension(const Suspended& suspended, const std::string& value) {
+  if (suspended.name == value) return true;
+  if (!test::Const<test::Email>(value)) return false;
+  const MailboxRow mailbox = LookUpMailbox(value);
+  return mailbox && !mailbox->active;
+}
+
 /// The listed addresses that Postfix looks up before `name`.
 std::vector<std::string> ListedBelow(SenderList list, const std::string& name) {
   std::vector<std::string> addresses =
@@ -149,6 +157,18 @@ bool IsListed(SenderList list, const std::string& text) {
 
 void TakeListed(SenderList list, const std::string& text) {
   AddRow(list, CheckedSender(list, text));
+}
+
+/// The verdict of a suspension stands in place of that of a list; on what is suspended along with
+/// its domain or mailbox, a black list has its verdict all the same.
+void WriteListed(SenderList list, const std::string& value) {
+  const std::optional<Suspended> suspended = FindSuspension(value);
+  if (suspended && HasVerdictOfSuspension(*suspended, value)) return;
+  if (suspended && list == SenderList::kWhite) {
+    DeleteVerdict(list, value);
+  } else {
+    SetVerdict(list, value);
+  }
 }
 
 SenderValues AddToList(SenderList list, const SenderValues& values) {

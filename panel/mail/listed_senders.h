@@ -53,6 +53,10 @@ bool IsListed(SenderList list, const std::string& text);
 /// The panel takes note of one that the table has already.
 void TakeListed(SenderList list, const std::string& text);
 
+/// Has the back-end write all that a value of the list is to have in the table, which is not what
+/// the list says while the value is suspended.
+void WriteListed(SenderList list, const std::string& value);
+
 /// The values of the list, in the order of their texts.
 std::vector<std::string> ListSenders(SenderList list);
 

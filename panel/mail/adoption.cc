@@ -106,12 +106,11 @@ std::unordered_set<const ImportLine*> Adopter::Run(const std::vector<ImportLine>
 
 void Adopter::FindWhatIsThere(const std::vector<ImportLine>& lines) {
   for (const ImportLine& line : lines) {
+    const auto* const domain = std::get_if<DomainLine>(&line.said);
+    const auto* const mailbox = std::get_if<MailboxLine>(&line.said);
+    if (domain == nullptr && mailbox == nullptr) continue;
     at_line_(line, [&] {
-      const auto* const domain = std::get_if<DomainLine>(&line.said);
-      const auto* const mailbox = std::get_if<MailboxLine>(&line.said);
-      if ((domain != nullptr && IsThere(*domain)) || (mailbox != nullptr && IsThere(*mailbox))) {
-        there_.push_back(&line);
-      }
+      if (domain != nullptr ? IsThere(*domain) : IsThere(*mailbox)) there_.push_back(&line);
     });
   }
 }

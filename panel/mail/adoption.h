@@ -5,8 +5,8 @@
 ///   A panel that moves to another database, or to another machine along with its tables, finds its
 ///   own lines in the tables. Where the tables have what an import speaks of, and the panel does
 ///   not, its rows alone are made, and no line is touched: a mailbox whose entry in the aliases
-///   runs its responder even keeps the key that stands there. The tables are read then as by a
-///   synchronisation, which must find them to say what the rows do.
+///   runs its responder even keeps the key that stands there. The tables must say just what the
+///   panel would write of it (adopted_things.h).
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error("exists", what, what is not the same) when the tables say something else.

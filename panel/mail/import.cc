@@ -189,11 +189,11 @@ std::vector<ImportResult> Importer::Run() {
   return {web_domains_, domains_, mailboxes_, white_, black_};
 }
 
-/// No line is gone to more often than a new mailbox's.
+/// No line is gone to more often than that of a mailbox that is taken over.
 template <class Work>
 void Importer::At(const ImportLine& line, const Work& work) {
   constexpr std::size_t kStepsBetweenShows = 64;
-  constexpr std::size_t kMostSteps = 5;
+  constexpr std::size_t kMostSteps = 10;
   if (++done_ % kStepsBetweenShows == 0 && progress_) progress_(done_, kMostSteps * lines_.size());
   try {
     work();

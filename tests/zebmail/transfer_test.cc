@@ -21,6 +21,10 @@ using testing::StartsWith;
 const std::string kWebDomain = R"({"type":"webdomain","name":"a.example","owner":1})"
                                "\n";
 
+/// How the refusal of what the tables say otherwise ends.
+const std::string kAdvice =
+    "; make the tables say the same, or take it over with zebmail sync and change it behind that\n";
+
 /// What `import` prints: "added changed unchanged", for each kind in the order of its lines.
 std::string Counts(const std::vector<std::string>& counts) {
   const std::vector<std::string> kinds = {"webdomains", "domains", "mailboxes", "whitelist",
@@ -208,27 +212,177 @@ TEST_F(MoveOfAll, IsRefusedWhileTheTablesSaySomethingElse) {
   const auto without = [](std::string text, const std::string& part) {
     return text.erase(text.find(part), part.size());
   };
-  const std::string begin =
-      " the tables have things that the lines speak of and the panel does "
-      "not have, but they do not say the same: a sync behind this would "
-      "have these ";
+  const auto failure = [&](const std::string& name, const std::string& where) {
+    return "exists: standard input:" + name +
+           " is in the tables, and the panel does not have it, but " + where + kAdvice;
+  };
 
   panel_.SetTable("virtusertable", without(addresses, "shop@a.example\tinfo@a.example\n"));
-  EXPECT_EQ(FailureOf(lines), "exists: aliases:" + begin +
-                                  "removed shop@a.example of info@a.example; put the lines or the "
-                                  "tables right\n");
+  EXPECT_EQ(FailureOf(lines),
+            failure("4: mailbox: info@a.example",
+                    panel_.Path("panel/mail/virtusertable") +
+                        " lacks the line of shop@a.example that would go with it"));
   panel_.SetTable("virtusertable", addresses);
 
   panel_.SetTable("aliases", without(entries, "y@c.example,"));
-  EXPECT_EQ(FailureOf(lines), "exists: forwards:" + begin +
-                                  "removed y@c.example of info@a.example; put the lines or the "
-                                  "tables right\n");
+  EXPECT_EQ(FailureOf(lines),
+            failure("4: mailbox: info@a.example",
+                    panel_.Path("panel/mail/aliases") + ":3 says something else than this line"));
 
   panel_.SetTable("aliases", without(entries, "," + panel_.AnswerOf(1)));
   EXPECT_EQ(FailureOf(lines),
-            "exists: standard input:4: mailbox: info@a.example is in the tables, and the panel "
-            "does not have it, but the aliases do not run its responder; put the line or the "
-            "tables right\n");
+            failure("4: mailbox: info@a.example",
+                    panel_.Path("panel/mail/aliases") + ":3 says something else than this line"));
+}
+
+/// A panel whose database knows nothing of its tables, which are made by hand.
+class TakeOver : public Transfer {
+ protected:
+  /// The tables that an import of the lines refuses, and where it finds what is otherwise.
+  void ExpectRefusal(const std::string& lines, const std::string& name, const std::string& table,
+                     int line) {
+    const auto tables = Snapshot(panel_.Path("panel/mail"));
+    EXPECT_EQ(FailureOf(lines), "exists: standard input:" + name +
+                                    " is in the tables, and the panel does not have it, but " +
+                                    panel_.Path("panel/mail/" + table) + ":" +
+                                    std::to_string(line) + " says something else than this line" +
+                                    kAdvice);
+    EXPECT_EQ(Snapshot(panel_.Path("panel/mail")), tables);
+  }
+
+  void ExpectTakenOver(const std::string& lines, const std::vector<std::string>& counts) {
+    const auto tables = Snapshot(panel_.Path("panel/mail"));
+    EXPECT_EQ(Import(lines), Counts(counts));
+    EXPECT_EQ(Snapshot(panel_.Path("panel/mail")), tables);
+  }
+
+  void SetTables(const std::string& addresses, const std::string& access = "",
+                 const std::string& entries = "") {
+    panel_.SetTable("virtusertable", addresses);
+    panel_.SetTable("access", access);
+    panel_.SetTable("aliases",
+                    "postfix_err_nouser:\t\"| exit 67\"\ndevnull:\t\"/dev/null\"\n" + entries);
+    panel_.SetTable("local-host-names", "a.example\n");
+  }
+
+  const std::string domain_ = "@a.example\tpostfix_err_nouser\n";
+  const std::string domain_line_ = R"({"type":"domain","name":"a.example"})"
+                                   "\n";
+  const std::string mailbox_line_ = R"({"type":"mailbox","address":"u@a.example"})"
+                                    "\n";
+  const std::string mailbox_ = "2: mailbox: u@a.example";
+};
+
+TEST_F(TakeOver, RefusesAMailboxWhoseLineLeadsElsewhere) {
+  for (const std::string line :
+       {"u@a.example\tevil@x.org\n", "u@a.example\tu@a.example evil@x.org\n",
+        "u@a.example\tu@a.example,evil@x.org\n", "u@a.example\tu@a.example\n evil@x.org\n",
+        "u@a.example\tu@b.example\n", "u@a.example\tu\n", "u@a.example\tdevnull\n",
+        "u@a.example\tu+a.example\n"}) {
+    SetTables(domain_ + line);
+    ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 2);
+  }
+  SetTables(domain_ + "u@a.example\tu@a.example\nu@a.example\tevil@x.org\n");
+  ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 3);
+}
+
+TEST_F(TakeOver, RefusesAMailboxWithOtherAliases) {
+  SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tu@a.example\n");
+  ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 3);
+
+  SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tevil@x.org\n");
+  ExpectRefusal(domain_line_ + R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})",
+                mailbox_, "virtusertable", 3);
+}
+
+TEST_F(TakeOver, RefusesADomainWithAnotherVerdict) {
+  for (const std::string verdict : {"REJECT hi", "reject", "550 gone", "DUNNO", "FILTER smtp:x"}) {
+    SetTables(domain_, "a.example\t" + verdict + "\n");
+    ExpectRefusal(domain_line_, "1: domain: a.example", "access", 1);
+  }
+}
+
+TEST_F(TakeOver, LeavesTheVerdictOfAListAndItsCommentAlone) {
+  SetTables(domain_, "# ours\na.example\tOK  # the boss\nfoe.example\tREJECT\n");
+  ExpectTakenOver(domain_line_ + R"({"type":"whitelist","value":"a.example"})",
+                  {"0 0 0", "1 0 0", "0 0 0", "1 0 0", "0 0 0"});
+}
+
+TEST_F(TakeOver, RefusesASuspendedMailboxForAnActiveOne) {
+  SetTables(domain_ + "u@a.example\tu@a.example\n", "u@a.example\t550 Account disabled\n");
+  ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "access", 1);
+}
+
+TEST_F(TakeOver, RefusesAMailboxWhoseResponderIsOnForOneWithout) {
+  SetTables(domain_ + "u@a.example\tu@a.example u+a.example\n", "",
+            "u+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 2);
+}
+
+TEST_F(TakeOver, RefusesANewMailboxWithAnEntryInTheAliases) {
+  SetTables(domain_, "", "u+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  EXPECT_EQ(FailureOf(domain_line_ + mailbox_line_),
+            "exists: standard input:2: mailbox: u@a.example has no line in " +
+                panel_.Path("panel/mail/virtusertable") + ", but an entry in " +
+                panel_.Path("panel/mail/aliases") + ":3; put its line back, or remove the entry\n");
+}
+
+TEST_F(TakeOver, GivesNewMailboxesKeysBehindThoseOfTheAliases) {
+  SetTables(domain_ + "u@a.example\tu@a.example\n", "",
+            "other+b.example:\t" + panel_.AnswerOf(7) + "\n");
+  Import(domain_line_ + mailbox_line_ +
+         R"({"type":"mailbox","address":"new@a.example","responder":true})");
+  EXPECT_THAT(panel_.Table("aliases"), HasSubstr("new+a.example:\t" + panel_.AnswerOf(9) + "\n"));
+}
+
+TEST_F(TakeOver, RefusesADomainThatSendsFromAnotherAddress) {
+  panel_.Do({"domain", "create", "a.example", "--ip", "127.0.0.1"});
+  const test_support::TestDatabase other(panel_.Path("panel/other.db"));
+  panel_.MoveTo(other.url());
+  panel_.ChangeDatabase([] {});
+  for (const std::string ip : {"", "127.0.0.2", "::1"}) {
+    EXPECT_THAT(FailureOf(R"({"type":"domain","name":"a.example","ip":")" + ip + R"("})"),
+                HasSubstr(" says something else than this line" + kAdvice));
+  }
+}
+
+TEST_F(TakeOver, SaysThatTheLineOfTheDomainIsMissing) {
+  SetTables("u@a.example\tu@a.example\n");
+  const std::string table = panel_.Path("panel/mail/virtusertable");
+  EXPECT_EQ(FailureOf(domain_line_ + mailbox_line_),
+            "missing: standard input:2: domain: u@a.example is in " + table +
+                ":1, but there is no line @a.example, by which its domain would be there too; put "
+                "that in, or remove the lines of its mailboxes\n");
+}
+
+TEST_F(TakeOver, ShowsRowsAloneInADryRun) {
+  SetTables(domain_ + "u@a.example\tu@a.example u+a.example\n", "",
+            "u+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  const CommandRun run =
+      panel_.Run({"--dry-run", "import", "-"},
+                 domain_line_ + R"({"type":"mailbox","address":"u@a.example","responder":true})");
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_THAT(run.output, testing::Not(HasSubstr("statement")));
+  EXPECT_THAT(run.output, testing::Not(HasSubstr("@@")));
+  EXPECT_THAT(run.output, HasSubstr("database: insert email: name=u domain="));
+}
+
+TEST_F(TakeOver, RefusesKeysThatAreNotTheMailboxesOwn) {
+  const std::string answered = R"({"type":"mailbox","address":"u@a.example","responder":true})";
+  const std::string addresses = domain_ + "u@a.example\tu@a.example u+a.example\n";
+  const std::string begin = "exists: standard input:2: mailbox: u@a.example is answered for in " +
+                            panel_.Path("panel/mail/aliases") + ":3 as the mailbox with the key ";
+  const std::string end =
+      "; remove that responder from the aliases, and switch it on again behind the import\n";
+  std::string beyond = panel_.AnswerOf(3);
+  beyond.replace(beyond.rfind('3'), 1, "9223372036854775807");
+
+  SetTables(addresses, "", "u+a.example:\t" + beyond + "\n");
+  EXPECT_EQ(FailureOf(domain_line_ + answered),
+            begin + "9223372036854775807, which is no key that a panel gives" + end);
+  SetTables(addresses, "",
+            "u+a.example:\t" + panel_.AnswerOf(3) + "\nv+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  EXPECT_EQ(FailureOf(domain_line_ + answered), begin + "3, and so is v+a.example" + end);
 }
 
 class PostgresqlMoveOfAll : public MoveOfAll {

@@ -130,10 +130,10 @@ TEST_P(DatabaseRows, GetKeysBehindOneThatWasGiven) {
   const std::int64_t domain = AddDomain("example.org");
   EXPECT_EQ(AddMailbox(domain, "first"), 1);
   cache().Query("INSERT INTO email (id, name, domain) VALUES (7, 'given', 1)");
-  panel::db::GoOnBehindKeys("email");
+  panel::db::GoOnBehindKey("email", 7);
   EXPECT_EQ(AddMailbox(domain, "next"), 8);
   cache().Query("DELETE FROM email WHERE id > 1");
-  panel::db::GoOnBehindKeys("email");
+  panel::db::GoOnBehindKey("email", 7);
   EXPECT_EQ(AddMailbox(domain, "last"), 9);
 }
 

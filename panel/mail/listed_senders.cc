@@ -230,7 +230,7 @@ void WriteVerdictsBelow(const std::string& name) {
 
 void DeleteVerdictsBelow(const std::string& name) {
   for (const std::string& address : ListedBelow(SenderList::kWhite, name)) {
-    DeleteVerdict(SenderList::kWhite, address);
+    WriteListed(SenderList::kWhite, address);
   }
 }
 

@@ -69,7 +69,7 @@ void WriteVerdict(const std::string& name);
 void WriteVerdictsBelow(const std::string& name);
 
 /// Has the back-end take off the verdicts by which mail for a suspended domain or mailbox would be
-/// taken all the same. The rows stay.
+/// taken all the same. The rows stay, and so does the suspension of a mailbox by itself.
 void DeleteVerdictsBelow(const std::string& name);
 
 /// What the lists say before the mail server's tables are read, for what these cannot tell: a

@@ -439,6 +439,22 @@ TEST(ListedMailbox, IsRefusedWhileItIsSuspendedAndListedAgainOnceItIsResumed) {
   EXPECT_EQ(panel.Lookup("access", "info@example.org"), "REJECT");
 }
 
+TEST(ListedMailbox, StaysSuspendedByItselfWhateverBecomesOfItsDomain) {
+  const MailboxPanel panel;
+  panel.Do({"whitelist", "add", "info@example.org"});
+  panel.Do({"mailbox", "suspend", "info@example.org"});
+
+  panel.Do({"domain", "suspend", "example.org"});
+  EXPECT_EQ(panel.Table("access"),
+            "info@example.org\t550 Account disabled\nexample.org\t550 Account disabled\n");
+
+  panel.Do({"domain", "resume", "example.org"});
+  EXPECT_EQ(panel.Table("access"), "info@example.org\t550 Account disabled\n");
+
+  panel.Do({"mailbox", "resume", "info@example.org"});
+  EXPECT_EQ(panel.Table("access"), "info@example.org\tOK\n");
+}
+
 TEST(ListedMailbox, IsListedAfterAnyOtherChange) {
   const MailboxPanel panel;
   panel.Do({"whitelist", "add", "info@example.org"});

@@ -244,8 +244,15 @@ void Panel::SettleKilledChange() {
   }
 }
 
+/// A change of which the database did not say what became has left none.
+void Panel::ReachDatabase() {
+  if (database_) return;
+  database_.emplace(CurrentConfig().database);
+  SettleKilledChange();
+}
+
 void Panel::Change(const std::function<void()>& work) {
-  if (!database_) database_.emplace(CurrentConfig().database);
+  ReachDatabase();
   if (unsettled_ || conf::IsJournalThere()) SettleKilledChange();
   if (unsettled_) throw *unsettled_;
   RequireTables();
@@ -262,6 +269,7 @@ void Panel::Change(const std::function<void()>& work) {
 
 Rehearsal Panel::Rehearse(const std::function<void()>& work, bool list_rows) {
   using Changes = db::Transaction::Changes;
+  ReachDatabase();
   const db::Transaction transaction(database_.value(),
                                     list_rows ? Changes::kListed : Changes::kUnlisted);
   conf::Operation rehearsal(conf::Operation::Mode::kRehearsal);

@@ -105,6 +105,7 @@ class Panel {
   void SetUpModules();
   void MakeUpPendingWork();
   void SettleKilledChange();
+  void ReachDatabase();
   void Save(conf::Operation& operation, std::optional<db::Transaction>& transaction,
             const Steps& steps);
   std::optional<fen_err::Error> Commit(conf::Operation& operation,

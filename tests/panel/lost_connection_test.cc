@@ -191,6 +191,24 @@ TEST_F(PostgresqlLost, WithTheServerBetweenTheTablesAndTheDatabaseIsSettledWhenI
   ExpectWorksWith("first.example");
 }
 
+TEST_F(PostgresqlLost, WithTheServerBetweenTheTablesAndTheDatabaseIsSettledByARehearsalToo) {
+  FailureOf([this] {
+    MailModule().CreateDomain("a.example", {});
+    server_.Stop();
+  });
+  const auto rehearse = [this] {
+    return opened_->Rehearse([] { MailModule().CreateDomain("b.example", {}); });
+  };
+  EXPECT_THROW(rehearse(), fen_err::Error);
+  server_.Start();
+
+  const panel::mail::Rehearsal rehearsal = rehearse();
+
+  EXPECT_EQ(rehearsal.files.back().before, "first.example\n");
+  EXPECT_EQ(rehearsal.files.back().after, "first.example\nb.example\n");
+  ExpectWorksWith("first.example");
+}
+
 /// A server that has not noticed yet that its client is gone may still store the change.
 TEST_F(PostgresqlLost, ClientsTransactionIsWaitedForBeforeItsChangeIsAskedFor) {
   opened_.reset();

@@ -3,13 +3,19 @@
 
 #include "panel/mail/responder_checks.h"
 
+#include <map>
 #include <set>
+#include <string>
 
 #include "host/fen_err.h"
+#include "host/str.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/answers.h"
 #include "panel/mail/names.h"
 #include "panel/mail/responder_folder.h"
+#include "panel/mail/responder_keys.h"
+#include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
@@ -54,6 +60,45 @@ Finding Leftover(std::int64_t mailbox) {
           [mailbox] { RemoveResponderFolder(mailbox); }};
 }
 
+/// The entries of the aliases by which mail is answered, and for which mailbox. That the table
+/// cannot be read is another check's to say.
+std::map<std::string, std::int64_t> AnsweringEntries() {
+  TextTable aliases(TablePath("aliases"), Format::kPostalias);
+  try {
+    const ResponderKeys keys(aliases);
+    return {keys.all().begin(), keys.all().end()};
+  } catch (const fen_err::Error& error) {
+    if (error.type() != "file") throw;
+  }
+  return {};
+}
+
+/// Those of them that no responder asks for: the database may have been lost, and with it which
+/// were on.
+std::map<std::string, std::int64_t> UnknownEntries(const std::vector<Answer>& answers) {
+  std::map<std::string, std::int64_t> entries = AnsweringEntries();
+  for (const Answer& answer : answers) {
+    const auto found = entries.find(str::Replace(answer.address, "@", "+"));
+    if (found != entries.end() && found->second == answer.mailbox) entries.erase(found);
+  }
+  return entries;
+}
+
+Finding Unknown(const std::string& entry, std::int64_t mailbox) {
+  std::string address = entry;
+  const std::size_t plus = entry.rfind('+');
+  if (plus != std::string::npos) address[plus] = '@';
+  return {"responder",
+          TablePath("aliases") + ": " + entry,
+          "answers out of " + ResponderFolder(mailbox).string() +
+              " by a responder that the panel does not know",
+          "senders go on getting that text, or that of the mailbox which gets the folder",
+          "switch the responder of " + InUnicode(address) +
+              " off, and on anew with its text; if it is not a mailbox of the panel, delete the "
+              "command from the entry",
+          {}};
+}
+
 }  // namespace
 
 Findings CheckResponders() {
@@ -61,6 +106,10 @@ Findings CheckResponders() {
   Findings findings = CheckAnswers(answers);
   std::set<std::int64_t> used;
   for (const Answer& answer : answers) used.insert(answer.mailbox);
+  for (const auto& [entry, mailbox] : UnknownEntries(answers)) {
+    findings.push_back(Unknown(entry, mailbox));
+    used.insert(mailbox);
+  }
   for (const std::int64_t mailbox : ListResponderFolders()) {
     if (!used.contains(mailbox)) findings.push_back(Leftover(mailbox));
   }

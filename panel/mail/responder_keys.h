@@ -22,6 +22,9 @@ class ResponderKeys {
  public:
   explicit ResponderKeys(TextTable& aliases);
 
+  /// The entries that name a key, and which one.
+  const std::unordered_map<std::string, std::int64_t>& all() const noexcept { return keys_; }
+
   /// The key that the entry names.
   std::optional<std::int64_t> Of(const std::string& entry) const;
 

@@ -18,11 +18,13 @@
 #include "panel/mail/back_end.h"
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_rows.h"
+#include "panel/mail/responder_keys.h"
 #include "panel/mail/sync_differences.h"
 #include "panel/mail/sync_pass.h"
 #include "panel/mail/sync_settlement.h"
 #include "panel/mail/table_hints.h"
 #include "panel/mail/table_path.h"
+#include "panel/mail/text_table.h"
 
 namespace panel::mail {
 namespace {
@@ -54,6 +56,15 @@ void ForgetStamp(const std::string& path) {
 void CacheDomains(const TableHints& hints, const std::string& table) {
   const conf::PassedOver idle_lines(table, hints.idle_lines());
   BackEnd().CacheDomains();
+}
+
+/// The aliases of a panel whose database is new may have mail answered by the keys that mailboxes
+/// had before; none of these keys is to become another mailbox's.
+void KeepResponderKeys(const std::string& aliases) {
+  if (!Column("SELECT id FROM email LIMIT 1").empty()) return;
+  TextTable table(aliases, Format::kPostalias);
+  const std::int64_t greatest = ResponderKeys(table).greatest();
+  if (greatest > 0) db::GoOnBehindKey("email", greatest);
 }
 
 /// The back-end would take each line for one of a mailbox. Those of aliases are kept from it as far
@@ -187,6 +198,7 @@ std::vector<SyncResult> Synchronise(const SyncOptions& options) {
     const TableHints hints(virtual_users, aliases);
     const Settlement settlement(hints);
     CacheDomains(hints, virtual_users);
+    KeepResponderKeys(aliases);
     CacheMailboxes(hints, virtual_users, options.progress);
     CacheAliases(hints, virtual_users);
     settlement.Settle();

@@ -13,6 +13,7 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
+#include "tests/support/test_database.h"
 #include "tests/zebmail/own_panel.h"
 
 namespace zebmail_test {
@@ -454,6 +455,65 @@ TEST(ResponderFolder, ThatAKilledChangeDidNotComeToIsMadeUpForByTheNextChange) {
   EXPECT_FALSE(std::filesystem::exists(panel.ResponderPath(77)));
   EXPECT_FALSE(std::filesystem::exists(panel.Path("panel/state/steps")));
   EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
+/// A panel with two mailboxes, of which the second answers. Its database is lost, and filled anew
+/// from the tables.
+class LostResponder : public testing::Test {
+ protected:
+  LostResponder() {
+    panel_.Do({"mailbox", "create", "away@example.org"});
+    panel_.Do({"responder", "on", "away@example.org", "--subject", "Away"});
+    panel_.MoveTo(empty_.url());
+    panel_.ChangeDatabase([] {});  // a file is never made anew by a command
+    panel_.Do({"webdomain", "add", "example.org", "--owner", "1"});
+    panel_.Do({"sync"});
+  }
+
+  std::string Found() const {
+    return panel_.Path("panel/mail/aliases") + ": away+example.org answers out of " +
+           panel_.ResponderPath(2) +
+           " by a responder that the panel does not know; senders go on getting that text, or that "
+           "of the mailbox which gets the folder; mend: switch the responder of away@example.org "
+           "off, and on anew with its text; if it is not a mailbox of the panel, delete the "
+           "command "
+           "from the entry\n";
+  }
+
+  MailboxPanel panel_;
+  const test_support::TestDatabase empty_{panel_.Path("panel/empty.db")};
+};
+
+TEST_F(LostResponder, KeepsItsFolderAsLongAsTheAliasesNameIt) {
+  const auto folder = Snapshot(panel_.ResponderPath(2));
+
+  EXPECT_EQ(panel_.Run({"check"}).output, Found());
+  EXPECT_EQ(panel_.Run({"check", "--fix"}).output, Found());
+
+  EXPECT_EQ(Snapshot(panel_.ResponderPath(2)), folder);
+}
+
+TEST_F(LostResponder, IsReplacedWhenItIsSwitchedOffAndOnAnew) {
+  panel_.Do({"responder", "off", "away@example.org"});
+  panel_.Do({"responder", "on", "away@example.org", "--subject", "Back soon"});
+
+  EXPECT_EQ(panel_.Run({"check", "--fix"}).status, 0);
+
+  EXPECT_FALSE(std::filesystem::exists(panel_.ResponderPath(2)));
+  EXPECT_EQ(panel_.Do({"check"}), "nothing is wrong\n");
+}
+
+/// What another mailbox answers would go to the senders of this one.
+TEST_F(LostResponder, LeavesItsFolderToNoOtherMailbox) {
+  const auto folder = Snapshot(panel_.ResponderPath(2));
+  panel_.Do({"mailbox", "create", "other@example.org"});
+
+  for (const char* mailbox : {"info@example.org", "other@example.org"}) {
+    panel_.Do({"responder", "on", mailbox});
+  }
+
+  EXPECT_EQ(Snapshot(panel_.ResponderPath(2)), folder);
+  EXPECT_EQ(panel_.Run({"check"}).output, Found());
 }
 
 TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {

@@ -103,7 +103,7 @@ void TableState::Leave() {
 }
 
 void TableState::Forget(bool keep_current) {
-  memory_.reset();
+  memories_.clear();
   if (!keep_current) Leave();
 }
 
@@ -113,7 +113,6 @@ bool TableState::Find(const std::string& condition) {
   const Rows rows =
       connection_->Query("SELECT " + ColumnNames() + " FROM " + table_ + " WHERE (" + condition +
                          ") ORDER BY " + fields_.front()->name() + " LIMIT 1");
-  memory_.reset();
   Leave();
   if (rows.Eof()) return false;
   Read(rows);
@@ -126,18 +125,22 @@ bool TableState::Find(const std::vector<Match>& matches) {
     if (!IsNumber(match)) RequireNoNul(std::get<std::string>(match.value), match.column);
   }
   const std::lock_guard lock(Attached().mutex());
-  if (Remembers(matches)) return Recall();
-  memory_.reset();
+  const std::string shape = Shape(matches);
+  if (const Memory* const memory = MemoryOf(shape, matches)) return Recall(*memory);
   Leave();
-  const bool found = CanBeThere(matches) && Query(matches);
-  memory_ = Memory{matches, found, *generation_};
+  const bool found = CanBeThere(matches) && Query(shape, matches);
+  memories_.insert_or_assign(
+      shape, Memory{matches, found ? std::optional(before_) : std::nullopt, *generation_});
   return found;
 }
 
 /// Without a transaction another process may change the table at any time.
-bool TableState::Remembers(const std::vector<Match>& matches) const {
-  return memory_ && connection_->journal() != nullptr && memory_->generation == *generation_ &&
-         memory_->matches == matches;
+const TableState::Memory* TableState::MemoryOf(const std::string& shape,
+                                               const std::vector<Match>& matches) const {
+  const auto found = memories_.find(shape);
+  if (found == memories_.end() || connection_->journal() == nullptr) return nullptr;
+  const Memory& memory = found->second;
+  return memory.generation == *generation_ && memory.matches == matches ? &memory : nullptr;
 }
 
 /// PostgreSQL keeps no text that is not UTF-8, and refuses to look for one.
@@ -148,17 +151,18 @@ bool TableState::CanBeThere(const std::vector<Match>& matches) const {
          });
 }
 
-bool TableState::Recall() {
+bool TableState::Recall(const Memory& memory) {
   Leave();
-  if (!memory_->found) return false;
+  if (!memory.row) return false;
+  before_ = *memory.row;
   for (std::size_t i = 0; i < fields_.size(); ++i) fields_[i]->Read(before_[i]);
   stands_on_ = StandsOn::kFoundRow;
   return true;
 }
 
-bool TableState::Query(const std::vector<Match>& matches) {
+bool TableState::Query(const std::string& shape, const std::vector<Match>& matches) {
   InsertGathered();
-  Finder& finder = FinderFor(matches);
+  Finder& finder = FinderFor(shape, matches);
   for (std::size_t i = 0; i < matches.size(); ++i) {
     if (IsNumber(matches[i])) {
       finder.numbers[i] = std::get<std::int64_t>(matches[i].value);
@@ -173,8 +177,9 @@ bool TableState::Query(const std::vector<Match>& matches) {
   return true;
 }
 
-TableState::Finder& TableState::FinderFor(const std::vector<Match>& matches) {
-  Finder& finder = finders_[Shape(matches)];
+TableState::Finder& TableState::FinderFor(const std::string& shape,
+                                          const std::vector<Match>& matches) {
+  Finder& finder = finders_[shape];
   if (finder.statement == nullptr) {
     finder.numbers.resize(matches.size());
     finder.texts.resize(matches.size());

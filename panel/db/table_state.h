@@ -3,8 +3,9 @@
 ///
 /// PURPOSE
 ///   The working half of fen_db::CustomTable. Its statements are prepared once; finding a row by
-///   values that were looked for last is answered from memory as long as nothing has changed the
-///   table, which spares a pass over all mailboxes one query each for their domain.
+///   the values that these columns were compared with last is answered from memory as long as
+///   nothing has changed the table, which spares a pass over all mailboxes the queries for their
+///   domain.
 ///
 /// HOW IT FAILS
 ///   As host/fen_db.h says, and with fen_err::Error("value", column, text) for a text with a NUL.
@@ -77,10 +78,10 @@ class TableState {
     std::unique_ptr<Statement> statement;
   };
 
-  /// What was looked for last, with what success, and when.
+  /// What was looked for, which row was found, if any, and when.
   struct Memory {
     std::vector<Match> matches;
-    bool found;
+    std::optional<std::vector<std::string>> row;
     std::uint64_t generation;
   };
 
@@ -90,10 +91,10 @@ class TableState {
   static Statement::Variable ResultOf(Column& column);
   void FillVariables();
 
-  bool Remembers(const std::vector<Match>& matches) const;
-  bool Recall();
-  bool Query(const std::vector<Match>& matches);
-  Finder& FinderFor(const std::vector<Match>& matches);
+  const Memory* MemoryOf(const std::string& shape, const std::vector<Match>& matches) const;
+  bool Recall(const Memory& memory);
+  bool Query(const std::string& shape, const std::vector<Match>& matches);
+  Finder& FinderFor(const std::string& shape, const std::vector<Match>& matches);
   std::unique_ptr<Statement> PrepareFinder(const std::vector<Match>& matches, Finder& finder);
   void TakeRow();
   void StandOnFoundRow();
@@ -120,13 +121,13 @@ class TableState {
   std::uint64_t* generation_ = nullptr;
 
   StandsOn stands_on_ = StandsOn::kNothing;
-  std::vector<std::string> before_;  // the values of the row found last, as they are stored
-  std::optional<Memory> memory_;
+  std::vector<std::string> before_;         // the values of the row found last, as they are stored
+  std::map<std::string, Memory> memories_;  // the last of each shape
 
   std::vector<Column> columns_;
   std::unique_ptr<Statement> insert_;
   std::map<std::uint64_t, std::unique_ptr<Statement>> updates_;  // by the columns that they set
-  std::map<std::string, Finder> finders_;                        // by the columns that they compare
+  std::map<std::string, Finder> finders_;                        // by shape
   std::map<std::string, Finder> deleters_;                       // by the column that they compare
 };
 

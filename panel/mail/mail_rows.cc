@@ -14,24 +14,24 @@ bool FindInDomain(zeb_db::EmailTable& mailbox, std::int64_t domain, const std::s
   return db::FindRow(mailbox, {{"domain", domain}, {"name", local}});
 }
 
-/// Whether the alias is one in so many domains, as "info" may be, that it is sooner found among all
-/// those of one domain.
-bool IsCommonAlias(const std::string& name) {
-  const std::vector<std::string> first =
-      Column("SELECT count(*) FROM (SELECT 1 FROM email_alias WHERE name = " + name +
-             " LIMIT 100) AS few");
-  return first.front() == "100";
+/// How many aliases have the name, which is quoted; a hundred stands for any number from there up.
+std::string CountAliases(const std::string& name) {
+  return Column("SELECT count(*) FROM (SELECT 1 FROM email_alias WHERE name = " + name +
+                " LIMIT 100) AS few")
+      .front();
 }
 
-/// The keys of the mailboxes of the domain that have the alias.
+/// The keys of the mailboxes of the domain that have the alias. One in so many domains, as "info"
+/// may be, is sooner found among all those of one domain.
 std::vector<std::string> OwnersOfAlias(const zeb_db::EmailDomainTable& domain,
                                        const std::string& local) {
   const std::string name = fen_db::Cache::EscapeValue(local);
-  return Column(
-      std::string("SELECT email.id FROM ") +
-      (IsCommonAlias(name) ? "email CROSS JOIN email_alias" : "email_alias CROSS JOIN email") +
-      " WHERE email.id = email_alias.email AND email_alias.name = " + name +
-      " AND email.domain = " + domain.id.AsString());
+  const std::string count = CountAliases(name);
+  if (count == "0") return {};
+  return Column(std::string("SELECT email.id FROM ") +
+                (count == "100" ? "email CROSS JOIN email_alias" : "email_alias CROSS JOIN email") +
+                " WHERE email.id = email_alias.email AND email_alias.name = " + name +
+                " AND email.domain = " + domain.id.AsString());
 }
 
 }  // namespace

@@ -215,6 +215,29 @@ TEST_P(DatabaseRows, FoundAgainHaveTheirStoredValues) {
   EXPECT_EQ(domain->name.Str(), "example.org");
 }
 
+TEST_P(DatabaseRows, FoundInTurnsByNameAndByKeyAreAsTheyWereStoredLast) {
+  AddDomain("a.example");
+  const std::string key = std::to_string(AddDomain("b.example"));
+  const Transaction transaction(database());
+  const auto domain = cache().Get<zeb_db::EmailDomainTable>();
+  for (int time = 0; time < 2; ++time) {
+    ASSERT_TRUE(domain->name.Lookup("a.example"));
+    EXPECT_EQ(domain->name.Str(), "a.example");
+    domain->Assert(key);
+    EXPECT_EQ(domain->name.Str(), "b.example");
+  }
+
+  domain->defaction = "ignore";
+  domain->Post();
+
+  ASSERT_TRUE(domain->name.Lookup("a.example"));
+  EXPECT_EQ(domain->defaction.Str(), "error");
+  domain->Assert(key);
+  EXPECT_EQ(domain->defaction.Str(), "ignore");
+  ASSERT_TRUE(domain->name.Lookup("b.example"));
+  EXPECT_EQ(domain->defaction.Str(), "ignore");
+}
+
 TEST_P(DatabaseRows, FoundAgainAreFoundAnewOnceTheCacheIsCleared) {
   AddDomain("example.org");
   const Transaction transaction(database());

@@ -46,6 +46,14 @@ std::string File::Whole() const {
   return whole;
 }
 
+bool File::IsCurrent() {
+  const std::uint64_t operation = Operation::NumberOfOneText();
+  if (operation != 0 && operation == current_in_) return true;
+  if (!IsAsStamped()) return false;
+  current_in_ = operation;
+  return true;
+}
+
 LineId File::Find(std::size_t type, std::string_view key) {
   return indexes_[type].Find(key);
 }
@@ -117,7 +125,7 @@ void File::Write() {
 }
 
 void File::RequireCurrent() const {
-  if (!IsCurrent()) throw fen_err::Error("changed", path_, "");
+  if (!IsAsStamped()) throw fen_err::Error("changed", path_, "");
 }
 
 void File::Prepare() {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -66,8 +67,9 @@ class File : public std::enable_shared_from_this<File> {
   /// Whether the file may be read anew: nobody works on it, and it has nothing to save.
   bool IsIdle() const { return cursors_ == 0 && !changed_; }
 
-  /// Whether the file on disk still is the one that was read or saved last.
-  bool IsCurrent() const { return StampOf(path_) == stamp_; }
+  /// Whether the file on disk still is the one that was read or saved last. An operation that saves
+  /// at its end asks once and then goes by one text throughout; RequireCurrent asks again.
+  bool IsCurrent();
 
   /// Replaces the file on disk, noting that its after-save action is outstanding. When the file
   /// cannot be replaced, nobody works on the text in memory again.
@@ -93,6 +95,7 @@ class File : public std::enable_shared_from_this<File> {
   void RunAfterSave(ConfCache::SaveReason reason);
 
  private:
+  bool IsAsStamped() const { return StampOf(path_) == stamp_; }
   void Leave();
   void Abandon();
 
@@ -100,6 +103,7 @@ class File : public std::enable_shared_from_this<File> {
   std::string path_;
   std::optional<FileStamp> read_stamp_;
   std::optional<FileStamp> stamp_;  ///< when it was read or saved last
+  std::uint64_t current_in_ = 0;    ///< the number of the operation that has asked
   Text text_;
   std::vector<KeyIndex> indexes_;
   WordIndex words_;

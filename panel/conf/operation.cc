@@ -22,6 +22,7 @@ namespace panel::conf {
 namespace {
 
 std::atomic<Operation*> current = nullptr;
+std::atomic<std::uint64_t> operations = 0;
 
 /// Two tables in one file would each take the other's text for somebody else's.
 void RequireApart(const std::vector<std::shared_ptr<File>>& files) {
@@ -39,7 +40,7 @@ void RequireApart(const std::vector<std::shared_ptr<File>>& files) {
 
 }  // namespace
 
-Operation::Operation(Mode mode) : mode_(mode) {
+Operation::Operation(Mode mode) : mode_(mode), number_(++operations) {
   Operation* none = nullptr;
   if (!current.compare_exchange_strong(none, this)) {
     throw fen_err::Error("operation", "panel", "another operation is not finished");
@@ -144,6 +145,11 @@ std::vector<std::string> Operation::tools() const {
 
 Operation* Operation::Current() noexcept {
   return current;
+}
+
+std::uint64_t Operation::NumberOfOneText() noexcept {
+  const Operation* const operation = current;
+  return operation == nullptr || operation->mode_ == Mode::kEach ? 0 : operation->number_;
 }
 
 bool Operation::Take(const std::shared_ptr<File>& file) {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -87,6 +88,10 @@ class Operation {
 
   static Operation* Current() noexcept;
 
+  /// Tells the operation in progress from others if it goes by one text of each file throughout; 0
+  /// without such a one.
+  static std::uint64_t NumberOfOneText() noexcept;
+
   /// Takes a changed file whose last cursor was released; returns whether it sees to the saving.
   bool Take(const std::shared_ptr<File>& file);
   void CountSaved() noexcept { ++saved_; }
@@ -99,6 +104,7 @@ class Operation {
   void ForEach(const std::function<void(File&)>& step, const std::function<bool()>& goes_on);
 
   Mode mode_;
+  std::uint64_t number_;
   std::optional<ToolRehearsal> tools_;
   std::size_t saved_ = 0;
   bool owes_files_ = false;

@@ -10,7 +10,6 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/fen_cf.h"
@@ -95,9 +94,13 @@ Status Init(const Invocation& invocation, const InitOptions& options) {
     return kDone;
   }
   std::vector<fs::path> made = MakePanel(plan);
-  for (fs::path& map : CompletePanel(invocation, plan.config)) made.push_back(std::move(map));
+  // Before a tool can fail: to the init that completes the panel then, all of this is old.
+  panel::UseConfig(plan.config);
   if (plan.is_new) panel::mail::ListKept(plan.kept);
   panel::mail::ListMade(made);
+  const std::vector<fs::path> built = CompletePanel(invocation, plan.config);
+  panel::mail::ListMade(built);
+  made.insert(made.end(), built.begin(), built.end());
   PrintMade(invocation, options, plan, made);
   return kDone;
 }

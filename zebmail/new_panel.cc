@@ -312,8 +312,7 @@ PanelPlan PlanPanel(const InitOptions& options) {
   return plan;
 }
 
-std::vector<fs::path> MakePanel(const PanelPlan& plan) {
-  std::vector<fs::path> made;
+void MakePanel(const PanelPlan& plan, std::vector<fs::path>& made) {
   for (const PanelPlan::Folder& folder : plan.folders) {
     MakeFolder(folder);
     made.push_back(folder.path);
@@ -321,7 +320,6 @@ std::vector<fs::path> MakePanel(const PanelPlan& plan) {
   for (const PanelPlan::File& file : plan.files) {
     if (MakeFile(file)) made.push_back(file.path);
   }
-  return made;
 }
 
 }  // namespace zebmail

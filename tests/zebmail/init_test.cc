@@ -104,6 +104,22 @@ TEST(Init, ListsWhatItHasMadeWhenAToolFails) {
                 "/mail/domainips\n" + "file\t" + panel + "/zebmail.toml\n");
 }
 
+TEST(Init, ListsWhatItHasMadeWhenAFolderCannotBeMade) {
+  const PostfixFolder place;
+  std::vector<std::string> words = place.InitWords();
+  words.insert(words.end(), {"--path", "postfix-accessdb=/proc/mail/access"});
+
+  const CommandRun run = Zebmail(words);
+
+  EXPECT_EQ(run.errors,
+            "zebmail: file: /proc/mail: cannot be made: No such file or directory\n"
+            "next: put it in place, or name another one, then run the command again\n");
+  const std::string panel = place.Path("panel");
+  EXPECT_EQ(
+      place.folder().ReadText("panel/state/made"),
+      "folder\t" + panel + "\n" + "folder\t" + panel + "/state\n" + "folder\t" + panel + "/mail\n");
+}
+
 TEST(Init, ListsNothingWhereItMakesNothing) {
   const OwnPanel panel;
   const std::string before = panel.folder().ReadText("panel/state/made");

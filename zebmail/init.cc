@@ -7,13 +7,14 @@
 ///   complete already is left alone, which is no failure.
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/fen_cf.h"
+#include "host/fen_err.h"
 #include "panel/mail/made_list.h"
 #include "panel/mail/maps.h"
 #include "zebmail/invocation.h"
@@ -25,6 +26,24 @@ namespace zebmail {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Lists what is made even when something fails: to the init that completes the panel it is old.
+std::vector<fs::path> MakeAndList(const PanelPlan& plan) {
+  std::vector<fs::path> made;
+  std::exception_ptr failure;
+  try {
+    MakePanel(plan, made);
+  } catch (const fen_err::Error&) {
+    failure = std::current_exception();
+  }
+  if (fs::is_directory(plan.config.state_dir)) {
+    panel::UseConfig(plan.config);
+    if (plan.is_new) panel::mail::ListKept(plan.kept);
+    panel::mail::ListMade(made);
+  }
+  if (failure) std::rethrow_exception(failure);
+  return made;
+}
 
 /// Has the modules put their entries into the tables, and the maps built that Postfix is to find.
 /// Returns the maps that were built.
@@ -94,10 +113,10 @@ Status Init(const Invocation& invocation, const InitOptions& options) {
     PrintPlan(invocation, plan);
     return kDone;
   }
-  std::vector<fs::path> made = MakePanel(plan);
-  for (fs::path& map : CompletePanel(invocation, plan.config)) made.push_back(std::move(map));
-  if (plan.is_new) panel::mail::ListKept(plan.kept);
-  panel::mail::ListMade(made);
+  std::vector<fs::path> made = MakeAndList(plan);
+  const std::vector<fs::path> built = CompletePanel(invocation, plan.config);
+  panel::mail::ListMade(built);
+  made.insert(made.end(), built.begin(), built.end());
   PrintMade(invocation, options, plan, made);
   return kDone;
 }

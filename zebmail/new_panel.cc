@@ -208,6 +208,14 @@ class Planner {
     }
   }
 
+  void AddTable(const fs::path& path) {
+    AddFile(path, kPublicFile, "");
+    for (const char* suffix : {".db", ".lmdb"}) {
+      const fs::path map = path.string() + suffix;
+      if (fs::exists(map)) plan_.kept.push_back(map);
+    }
+  }
+
  private:
   void AddParents(const fs::path& path) {
     if (fs::is_directory(path) || IsPlanned(path)) return;
@@ -232,12 +240,11 @@ class Planner {
 
 void PlanTables(const panel::Config& config, const Places& places, Planner& planner) {
   for (const Table& table : kSendmailTables) {
-    planner.AddFile(PathOr(config, table.path_name, fs::path("/etc/mail") / table.file),
-                    kPublicFile, "");
+    planner.AddTable(PathOr(config, table.path_name, fs::path("/etc/mail") / table.file));
   }
   for (const Table& table : {kDomainIps, kMaster}) {
     const fs::path path = PathOr(config, table.path_name, "");
-    if (path.parent_path() == places.mail) planner.AddFile(path, kPublicFile, "");
+    if (path.parent_path() == places.mail) planner.AddTable(path);
   }
 }
 
@@ -305,8 +312,7 @@ PanelPlan PlanPanel(const InitOptions& options) {
   return plan;
 }
 
-std::vector<fs::path> MakePanel(const PanelPlan& plan) {
-  std::vector<fs::path> made;
+void MakePanel(const PanelPlan& plan, std::vector<fs::path>& made) {
   for (const PanelPlan::Folder& folder : plan.folders) {
     MakeFolder(folder);
     made.push_back(folder.path);
@@ -314,7 +320,6 @@ std::vector<fs::path> MakePanel(const PanelPlan& plan) {
   for (const PanelPlan::File& file : plan.files) {
     if (MakeFile(file)) made.push_back(file.path);
   }
-  return made;
 }
 
 }  // namespace zebmail

@@ -59,7 +59,8 @@ struct PanelPlan {
 /// Looks at what is there and changes nothing. Throws when the panel cannot be made as told.
 PanelPlan PlanPanel(const InitOptions& options);
 
-/// Makes what the plan names, and returns the paths. A file that came into being meanwhile stays.
-std::vector<std::filesystem::path> MakePanel(const PanelPlan& plan);
+/// Makes what the plan names, and puts the paths into `made`, as far as it comes. A file that came
+/// into being meanwhile stays.
+void MakePanel(const PanelPlan& plan, std::vector<std::filesystem::path>& made);
 
 }  // namespace zebmail

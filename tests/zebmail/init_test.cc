@@ -75,6 +75,51 @@ TEST(Init, ListsWhatItMakesForWhoTakesItAway) {
                 "/mail/access.db\n");
 }
 
+TEST(Init, ListsMapsThatWereThereAsKept) {
+  const PostfixFolder place;
+  place.folder().WriteText("panel/mail/virtusertable", "@example.org\tjoe@example.net\n");
+  place.folder().WriteText("panel/mail/virtusertable.db", "somebody's map");
+
+  Zebmail(place.InitWords());
+
+  const std::string table = place.Path("panel/mail/virtusertable");
+  EXPECT_THAT(place.folder().ReadText("panel/state/made"),
+              testing::StartsWith("kept\t" + table + "\nkept\t" + table + ".db\nfolder\t"));
+}
+
+TEST(Init, ListsWhatItHasMadeWhenAToolFails) {
+  const PostfixFolder place;
+  const std::string main_cf = place.folder().ReadText("config/main.cf");
+  place.folder().WriteText("config/main.cf", main_cf + "no setting\n");
+
+  const CommandRun run = Zebmail(place.InitWords());
+
+  EXPECT_EQ(run.status, 1);
+  const std::string panel = place.Path("panel");
+  EXPECT_EQ(place.folder().ReadText("panel/state/made"),
+            "folder\t" + panel + "\n" + "folder\t" + panel + "/state\n" + "folder\t" + panel +
+                "/mail\n" + "file\t" + panel + "/panel.db\n" + "file\t" + panel +
+                "/mail/virtusertable\n" + "file\t" + panel + "/mail/local-host-names\n" + "file\t" +
+                panel + "/mail/access\n" + "file\t" + panel + "/mail/aliases\n" + "file\t" + panel +
+                "/mail/domainips\n" + "file\t" + panel + "/zebmail.toml\n");
+}
+
+TEST(Init, ListsWhatItHasMadeWhenAFolderCannotBeMade) {
+  const PostfixFolder place;
+  std::vector<std::string> words = place.InitWords();
+  words.insert(words.end(), {"--path", "postfix-accessdb=/proc/mail/access"});
+
+  const CommandRun run = Zebmail(words);
+
+  EXPECT_EQ(run.errors,
+            "zebmail: file: /proc/mail: cannot be made: No such file or directory\n"
+            "next: put it in place, or name another one, then run the command again\n");
+  const std::string panel = place.Path("panel");
+  EXPECT_EQ(
+      place.folder().ReadText("panel/state/made"),
+      "folder\t" + panel + "\n" + "folder\t" + panel + "/state\n" + "folder\t" + panel + "/mail\n");
+}
+
 TEST(Init, ListsNothingWhereItMakesNothing) {
   const OwnPanel panel;
   const std::string before = panel.folder().ReadText("panel/state/made");

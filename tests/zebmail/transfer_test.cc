@@ -295,6 +295,25 @@ TEST_F(TakeOver, RefusesAMailboxWithOtherAliases) {
                 mailbox_, "virtusertable", 3);
 }
 
+TEST_F(TakeOver, RefusesAnAliasOfAnotherName) {
+  const auto failure = [this](const std::string& first, const std::string& second) {
+    SetTables(domain_ + "u@a.example\tu@a.example\nv@a.example\tv@a.example\n" +
+              "sales@a.example\tu@a.example\n");
+    const auto line = [](const std::string& address, const std::string& aliases) {
+      return R"({"type":"mailbox","address":")" + address + R"(","aliases":[)" + aliases + "]}\n";
+    };
+    return FailureOf(domain_line_ + line("u@a.example", first) + line("v@a.example", second));
+  };
+  const std::string begin = "exists: standard input:";
+
+  EXPECT_EQ(failure(R"("u")", ""), begin + "2: alias: u@a.example is a mailbox\n");
+  EXPECT_EQ(failure(R"("v")", ""), begin + "2: alias: v@a.example is a mailbox\n");
+  EXPECT_EQ(failure(R"("sales","Sales")", ""),
+            begin + "2: alias: sales@a.example is an alias of u@a.example\n");
+  EXPECT_EQ(failure(R"("sales")", R"("sales")"),
+            begin + "3: alias: sales@a.example is an alias of u@a.example\n");
+}
+
 TEST_F(TakeOver, RefusesADomainWithAnotherVerdict) {
   for (const std::string verdict : {"REJECT hi", "reject", "550 gone", "DUNNO", "FILTER smtp:x"}) {
     SetTables(domain_, "a.example\t" + verdict + "\n");

@@ -314,6 +314,12 @@ TEST_F(TakeOver, RefusesAnAliasOfAnotherName) {
             begin + "3: alias: sales@a.example is an alias of u@a.example\n");
 }
 
+TEST_F(TakeOver, NamesTheVerdictOfANetworksFirstAddress) {
+  SetTables(domain_, "connect:2001:db8::\tOK\n");
+  ExpectRefusal(domain_line_ + R"({"type":"blacklist","value":"2001:db8::"})",
+                "2: blacklist: 2001:db8::", "access", 1);
+}
+
 TEST_F(TakeOver, RefusesADomainWithAnotherVerdict) {
   for (const std::string verdict : {"REJECT hi", "reject", "550 gone", "DUNNO", "FILTER smtp:x"}) {
     SetTables(domain_, "a.example\t" + verdict + "\n");

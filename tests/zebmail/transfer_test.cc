@@ -521,6 +521,27 @@ TEST_F(TakeOver, RefusesKeysThatAreNotTheMailboxesOwn) {
   EXPECT_EQ(FailureOf(domain_line_ + answered), begin + "3, and so is v+a.example" + end);
 }
 
+TEST_F(TakeOver, RefusesAKeyThatAMailboxOfThePanelHas) {
+  panel_.Do({"domain", "create", "b.example"});
+  panel_.Do({"mailbox", "create", "other@b.example"});
+  SetTables(domain_ + "u@a.example\tu@a.example u+a.example\n" + panel_.Table("virtusertable"), "",
+            "u+a.example:\t" + panel_.AnswerOf(1) + "\n");
+
+  EXPECT_EQ(
+      FailureOf(domain_line_ + R"({"type":"mailbox","address":"u@a.example","responder":true})"),
+      "exists: standard input:2: mailbox: u@a.example is answered for in " +
+          panel_.Path("panel/mail/aliases") +
+          ":3 as the mailbox with the key 1, which another mailbox has; remove that "
+          "responder from the aliases, and switch it on again behind the import\n");
+}
+
+TEST_F(TakeOver, RefusesAResponderToWhichTheMailboxDoesNotLead) {
+  SetTables(domain_ + "u@a.example\tu@a.example\n", "",
+            "u+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  ExpectRefusal(domain_line_ + R"({"type":"mailbox","address":"u@a.example","responder":true})",
+                mailbox_, "virtusertable", 2);
+}
+
 class PostgresqlMoveOfAll : public MoveOfAll {
  protected:
   test_support::PostgresqlServer server_;

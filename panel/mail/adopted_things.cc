@@ -136,7 +136,7 @@ void AdoptedThings::AddAliases(Thing& thing, const zeb_db::EmailTable& mailbox,
        Column("SELECT name FROM email_alias WHERE email = " + mailbox.id.AsString())) {
     const std::string alias = name + "@" + DomainOf(address);
     thing.places.push_back({addresses_path_, alias});
-    known_aliases_.insert(alias);
+    mailboxes_.emplace(alias, things_.size());
     const std::optional<Entry> entry = addresses_.table().Find(alias);
     if (!entry || entry->value == address || !thing.fault.empty()) continue;
     thing.fault = SaysElse(InFile(addresses_path_, entry->line));
@@ -168,14 +168,15 @@ std::string AdoptedThings::FindUnseen(const std::vector<Place>& places) {
   return "";
 }
 
-/// An alias that no row has stays.
+/// An alias that no row has stays, be it of another alias.
 void AdoptedThings::LookForFurtherAliases() {
   const std::string text = conf::ReadWholeFile(addresses_path_).bytes;
   ForEachTableLine(text, [&](std::string_view key, const std::vector<std::string_view>& targets) {
-    if (targets.size() != 1 || key == targets.front() || key.starts_with('@')) return;
-    if (DomainOf(key) != DomainOf(targets.front())) return;
+    if (targets.size() != 1 || key.starts_with('@') || mailboxes_.contains(std::string(key))) {
+      return;
+    }
     const auto mailbox = mailboxes_.find(std::string(targets.front()));
-    if (mailbox == mailboxes_.end() || known_aliases_.contains(std::string(key))) return;
+    if (mailbox == mailboxes_.end() || DomainOf(key) != DomainOf(mailbox->first)) return;
     Thing& thing = things_[mailbox->second];
     if (thing.fault.empty()) thing.fault = SaysElse(InFile(addresses_path_, LineOf(key, text)));
   });

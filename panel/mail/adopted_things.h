@@ -18,7 +18,6 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -105,8 +104,9 @@ class AdoptedThings {
   TableKeys host_names_{"localhostnames", " \t\r\n#"};
   std::optional<Bindings> bindings_;
   std::vector<Thing> things_;
-  std::unordered_map<std::string, std::size_t> mailboxes_;  ///< the numbers of things, by address
-  std::unordered_set<std::string> known_aliases_;           ///< their addresses
+
+  /// The numbers of mailboxes, by their addresses and those of their aliases.
+  std::unordered_map<std::string, std::size_t> mailboxes_;
 };
 
 }  // namespace panel::mail

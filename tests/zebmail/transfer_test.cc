@@ -291,8 +291,12 @@ TEST_F(TakeOver, RefusesAMailboxWithOtherAliases) {
   ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 3);
 
   SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tevil@x.org\n");
-  ExpectRefusal(domain_line_ + R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})",
-                mailbox_, "virtusertable", 3);
+  const std::string aliased = R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})";
+  ExpectRefusal(domain_line_ + aliased, mailbox_, "virtusertable", 3);
+
+  SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tu@a.example\n" +
+            "shop@a.example\tsales@a.example\n");
+  ExpectRefusal(domain_line_ + aliased, mailbox_, "virtusertable", 4);
 }
 
 TEST_F(TakeOver, RefusesAnAliasWhoseLineThePanelDoesNotTakeForOne) {

@@ -5,17 +5,17 @@
 ///   The rows of things that the tables have already are made, and then the tables must say just
 ///   what these say. The back-end writes each of them anew, and nothing may be otherwise. What the
 ///   back-end passes over when it writes is looked at here: further lines with a key that it has
-///   found, lines that continue others, where an alias leads that has a line, and an address from
-///   which the mail of a domain leaves though its row has none.
+///   found, lines that Postfix reads otherwise, where an alias leads that has a line, and an
+///   address from which the mail of a domain leaves though its row has none.
 ///
 /// HOW IT FAILS
 ///   With fen_err::Error("exists", what, which line says something else) for the first thing.
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -25,6 +25,7 @@
 #include "panel/mail/listed_senders.h"
 #include "panel/mail/mail_rows.h"
 #include "panel/mail/rewritten_tables.h"
+#include "panel/mail/table_keys.h"
 #include "panel/mail/text_table.h"
 
 namespace panel::mail {
@@ -32,17 +33,28 @@ namespace panel::mail {
 /// A text table, and which of its lines are not just an entry.
 class PlainTable {
  public:
-  PlainTable(std::string path, Format format) : table_(std::move(path), format) {}
+  /// What a comment behind a value is to Postfix, which knows none there.
+  enum class Comments {
+    kAreTargets,  ///< addresses like any others
+    kSayNothing,  ///< words behind the one that counts
+  };
+
+  PlainTable(std::string path, Format format, Comments comments)
+      : table_(std::move(path), format), comments_(comments) {}
 
   TextTable& table() noexcept { return table_; }
 
   /// Where the table has something of this key that the back-end does not see, as "PATH:LINE"; a
-  /// line that is continued counts.
+  /// line that is continued counts, and one that Postfix skips.
   std::optional<std::string> FindUnseen(const std::string& key);
 
  private:
+  bool HasMoreBehind(const std::string& value) const;
+  void FindOddLines();
+
   TextTable table_;
-  std::optional<std::set<std::size_t>> odd_;
+  Comments comments_;
+  std::optional<std::unordered_map<std::string, std::size_t>> odd_;  ///< the lines, by key
 };
 
 class AdoptedThings {
@@ -72,23 +84,29 @@ class AdoptedThings {
     std::string what;
     std::string name;
     std::vector<Place> places;
-    std::string fault{};  ///< where something is that the back-end passes over
+    std::string fault{};  ///< what is otherwise that the back-end passes over
   };
 
-  void Add(Thing thing);
+  /// Adds the thing, and returns whether it has no fault so far: the back-end may have its own
+  /// words for one, which tell less.
+  bool Add(Thing thing);
   std::string FindUnseen(const std::vector<Place>& places);
-  std::string FindOtherBinding(const std::string& domain, const std::string& address,
-                               const SenderPattern* pattern) const;
-  void LookAtAliases();
+  void AddBinding(Thing& thing, const std::string& domain, const std::string& address) const;
+  std::string FindOtherBinding(const SenderPattern& pattern, const std::string& address) const;
+  void AddAliases(Thing& thing, const zeb_db::EmailTable& mailbox, const std::string& address);
+  void LookForFurtherAliases();
+  static void RequireSame(const Thing& thing, const RewrittenTables& rewritten);
 
   std::string addresses_path_;
   PlainTable addresses_;
   PlainTable access_;
   PlainTable aliases_;
+  TableKeys host_names_{"localhostnames", " \t\r\n#"};
   std::optional<Bindings> bindings_;
   std::vector<Thing> things_;
-  std::unordered_map<std::string, std::size_t> mailboxes_;  ///< the numbers of things, by address
-  std::unordered_map<std::string, std::string> targets_;    ///< by the address that is an alias
+
+  /// The numbers of mailboxes, by their addresses and those of their aliases.
+  std::unordered_map<std::string, std::size_t> mailboxes_;
 };
 
 }  // namespace panel::mail

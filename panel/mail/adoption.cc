@@ -31,16 +31,22 @@ bool HasDomain(const std::string& name) {
   return zeb_db::GetCache().Get<zeb_db::EmailDomainTable>()->name.Lookup(name);
 }
 
-/// Gives the mailbox these names of one kind.
+/// Gives the mailbox a name of one kind.
 template <class Table>
-void AddNames(const zeb_db::EmailTable& mailbox, const std::vector<std::string>& names) {
+void AddName(const zeb_db::EmailTable& mailbox, const std::string& name) {
   const auto row = zeb_db::GetCache().Get<Table>();
-  for (const std::string& name : names) {
-    row->New();
-    row->email = mailbox.id;
-    row->name = name;
-    row->Post();
-  }
+  row->New();
+  row->email = mailbox.id;
+  row->name = name;
+  row->Post();
+}
+
+/// The line of a name that two have leads to one of them.
+void RequireFree(const std::string& alias, const DomainRow& domain) {
+  const auto use = UseOfName(*domain, alias);
+  if (!use) return;
+  throw fen_err::Error("exists", "alias",
+                       InUnicode(alias + "@" + domain->name.Str()) + " is " + *use);
 }
 
 class Adopter {
@@ -208,17 +214,15 @@ void Adopter::TakeKey(const MailboxLine& said) {
 
 void Adopter::AddDelivery(const MailboxLine& said) {
   const MailboxRow row = FindMailbox(said.address);
-  const std::string domain = CheckedMailbox(said.address).domain;
-  std::vector<std::string> aliases;
-  for (const std::string& alias : said.aliases.value_or(std::vector<std::string>())) {
-    aliases.push_back(CheckedAlias(alias, domain));
+  const DomainRow domain = FindDomain(CheckedMailbox(said.address).domain);
+  for (const std::string& name : said.aliases.value_or(std::vector<std::string>())) {
+    const std::string alias = CheckedAlias(name, domain->name.Str());
+    RequireFree(alias, domain);
+    AddName<zeb_db::EmailAliasTable>(*row, alias);
   }
-  std::vector<std::string> forwards;
   for (const std::string& forward : said.forwards.value_or(std::vector<std::string>())) {
-    forwards.push_back(CheckedAddress("forward", forward));
+    AddName<zeb_db::EmailForwardTable>(*row, CheckedAddress("forward", forward));
   }
-  AddNames<zeb_db::EmailAliasTable>(*row, aliases);
-  AddNames<zeb_db::EmailForwardTable>(*row, forwards);
 }
 
 void Adopter::AddResponder(const MailboxLine& said) {

@@ -20,6 +20,7 @@ struct Line {
   std::size_t number;
   std::string word;  ///< its first word
   std::string rest;  ///< from the end of that word on
+  bool is_continued = false;
 };
 
 std::vector<Line> ReadLines(const std::string& path) {
@@ -29,8 +30,12 @@ std::vector<Line> ReadLines(const std::string& path) {
   for (std::size_t number = 1; std::getline(text, line); ++number) {
     line.erase(line.find_last_not_of(kBlanks) + 1);
     const std::size_t end = std::min(line.find_first_of(kBlanks), line.size());
-    if (end == 0 || line[0] == '#') continue;
-    lines.push_back({number, line.substr(0, end), line.substr(end)});
+    if (line.empty() || line[line.find_first_not_of(kBlanks)] == '#') continue;
+    if (end > 0) {
+      lines.push_back({number, line.substr(0, end), line.substr(end)});
+    } else if (!lines.empty()) {
+      lines.back().is_continued = true;
+    }
   }
   return lines;
 }
@@ -39,7 +44,8 @@ std::vector<Line> ReadLines(const std::string& path) {
 std::optional<std::string> AddressIn(const std::string& rest) {
   const bool is_of_back_end = rest.starts_with('\t') &&
                               rest.find(" -o syslog_name=postfix-") != std::string::npos &&
-                              rest.find(" -o smtp_bind_address") != std::string::npos;
+                              rest.find(" -o smtp_bind_address") != std::string::npos &&
+                              rest.rfind(" -o smtp_bind_address") == rest.rfind(" -o ");
   if (!is_of_back_end) return std::nullopt;
   return rest.substr(rest.rfind('=') + 1);
 }
@@ -59,6 +65,18 @@ const SenderPattern* Bindings::FindPattern(const std::string& pattern) const {
   return found == patterns.end() ? nullptr : &*found;
 }
 
+bool Bindings::HasAnother(const Service& service) const {
+  return std::any_of(services.begin(), services.end(), [&service](const Service& one) {
+    return one.name == service.name && one.line != service.line;
+  });
+}
+
+bool Bindings::HasAnother(const SenderPattern& pattern) const {
+  return std::any_of(patterns.begin(), patterns.end(), [&pattern](const SenderPattern& one) {
+    return one.pattern == pattern.pattern && one.line != pattern.line;
+  });
+}
+
 std::optional<Bindings> ReadBindings() {
   Bindings bindings;
   bindings.master = fen_cf::GetPath("postfix-master");
@@ -66,13 +84,14 @@ std::optional<Bindings> ReadBindings() {
   if (bindings.master.empty() || bindings.map.empty()) return std::nullopt;
   for (const Line& line : ReadLines(bindings.master)) {
     if (line.rest.empty()) continue;
-    bindings.services.push_back({line.number, line.word, AddressIn(line.rest)});
+    bindings.services.push_back({line.number, line.word, AddressIn(line.rest), line.is_continued});
   }
   for (const Line& line : ReadLines(bindings.map)) {
     const std::size_t begin = line.rest.find_first_not_of(kBlanks);
     if (begin == std::string::npos) continue;
     const std::size_t end = line.rest.find_first_of(": \t", begin);
-    bindings.patterns.push_back({line.number, line.word, line.rest.substr(begin, end - begin)});
+    bindings.patterns.push_back(
+        {line.number, line.word, line.rest.substr(begin, end - begin), line.is_continued});
   }
   return bindings;
 }

@@ -24,12 +24,15 @@ struct Service {
   /// The address in the definition, which may be empty; none when the line is not of the form in
   /// which the back-end writes its lines, so that it is somebody else's.
   std::optional<std::string> address;
+
+  bool is_continued = false;  ///< options for Postfix stand in the lines below
 };
 
 struct SenderPattern {
   std::size_t line;
   std::string pattern;
   std::string service;  ///< without the host that may stand behind it
+  bool is_continued = false;
 };
 
 struct Bindings {
@@ -43,6 +46,10 @@ struct Bindings {
 
   /// The first line of the map with this pattern; null when there is none.
   const SenderPattern* FindPattern(const std::string& pattern) const;
+
+  /// Whether a further line has this name or pattern.
+  bool HasAnother(const Service& service) const;
+  bool HasAnother(const SenderPattern& pattern) const;
 
   std::string InMaster(std::size_t line) const { return master + ":" + std::to_string(line); }
   std::string InMap(std::size_t line) const { return map + ":" + std::to_string(line); }

@@ -42,12 +42,19 @@ void Write(DomainRow& row) {
   }
 }
 
-/// A binding writes a service without looking for one, and of two Postfix uses the last.
-void RequireNoServiceLeft(const zeb_db::EmailDomainTable& row) {
+/// A binding writes its lines without looking for others, and of two services Postfix uses the
+/// last. Only where the domain had one before is it given another address in its place.
+void RequireNoBindingLeft(const zeb_db::EmailDomainTable& row, bool is_new) {
   const std::optional<Bindings> bindings = ReadBindings();
+  if (row.ip.Str().empty() || !bindings) return;
   const std::string name = row.name.Str();
-  if (row.ip.Str().empty() || !bindings || bindings->FindPattern(PatternOf(name)) != nullptr) {
-    return;
+  const SenderPattern* const pattern = bindings->FindPattern(PatternOf(name));
+  if (pattern != nullptr && !is_new) return;
+  if (pattern != nullptr) {
+    throw fen_err::Error("exists", "ip",
+                         bindings->InMap(pattern->line) + " leads the mail of " +
+                             row.name.Unicode() + " to the service " + pattern->service +
+                             " already; delete that line first");
   }
   const Service* const left = bindings->FindService(ServiceOf(name));
   if (left == nullptr) return;
@@ -85,7 +92,7 @@ void MailModule::CreateDomain(const std::string& name, const DomainSettings& set
         name + " is not in the panel, but in " + *line + "; remove the line first");
   }
   RequireNoneOfOurs(ascii);
-  RequireNoServiceLeft(*row);
+  RequireNoBindingLeft(*row, true);
   NoteForeignAddress(settings, *row);
   row->Post();
   BackEnd().CreateDomain(row);
@@ -109,7 +116,7 @@ void MailModule::UpdateDomain(const std::string& name, const DomainSettings& set
   DomainRow row = FindDomain(name);
   const std::string old_address = row->ip.Str();
   ApplySettings(settings, *row);
-  RequireNoServiceLeft(*row);
+  RequireNoBindingLeft(*row, false);
   NoteForeignAddress(settings, *row);
   Write(row);
   if (row->ip.Str().empty() && test::Const<test::Ip6>(old_address)) {

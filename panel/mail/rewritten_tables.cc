@@ -93,7 +93,7 @@ std::optional<OtherLine> RewrittenTables::Find(const std::string& path,
                                                const std::string& key) const {
   const auto keys = others_.find(Whole(path));
   if (keys == others_.end()) return std::nullopt;
-  const auto found = keys->second.find(key);
+  const auto found = keys->second.find(key.substr(0, KeyEnd(key)));
   if (found == keys->second.end()) return std::nullopt;
   return OtherLine{path, key, found->second};
 }

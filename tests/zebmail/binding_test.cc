@@ -552,6 +552,21 @@ TEST(BrokenBinding, GetsNoSecondService) {
   EXPECT_EQ(panel.MasterCf(), kStandard + kService);
 }
 
+TEST(BrokenBinding, IsNotWrittenAgainForANewDomain) {
+  const BindingPanel panel;
+  panel.SetMasterCf(kStandard + kService);
+  panel.SetTable("domainips", kMapLine);
+
+  const CommandRun run = panel.Run({"domain", "create", "shop.example", "--ip", "127.0.0.10"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zebmail: exists: ip: " + panel.map() +
+                            ":1 leads the mail of shop.example to the service smtp_shop_example "
+                            "already; delete that line first\n");
+  EXPECT_EQ(panel.MasterCf(), kStandard + kService);
+  EXPECT_EQ(panel.Table("domainips"), kMapLine);
+}
+
 TEST(Binding, RefusesWhatIsNotTheAddressOfOneMachine) {
   const BindingPanel panel;
   for (const std::string address : {"0.0.0.0", "255.255.255.255", "224.0.0.1", "::", "ff02::1"}) {

@@ -291,8 +291,80 @@ TEST_F(TakeOver, RefusesAMailboxWithOtherAliases) {
   ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 3);
 
   SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tevil@x.org\n");
-  ExpectRefusal(domain_line_ + R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})",
-                mailbox_, "virtusertable", 3);
+  const std::string aliased = R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})";
+  ExpectRefusal(domain_line_ + aliased, mailbox_, "virtusertable", 3);
+
+  SetTables(domain_ + "u@a.example\tu@a.example\nsales@a.example\tu@a.example\n" +
+            "shop@a.example\tsales@a.example\n");
+  ExpectRefusal(domain_line_ + aliased, mailbox_, "virtusertable", 4);
+}
+
+TEST_F(TakeOver, RefusesAnAliasWhoseLineThePanelDoesNotTakeForOne) {
+  const std::string aliased = R"({"type":"mailbox","address":"u@a.example","aliases":["sales"]})";
+  for (const std::string line :
+       {"sales@a.example\tu@a.example,\n", "Sales@a.example\tu@a.example\n",
+        "sales@a.example\tu@A.example\n"}) {
+    SetTables(domain_ + "u@a.example\tu@a.example\n" + line);
+    ExpectRefusal(domain_line_ + aliased, mailbox_, "virtusertable", 3);
+  }
+  SetTables(domain_ + "u@a.example\tu@a.example\n\xe9@a.example\tu@a.example\n");
+  ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 3);
+}
+
+TEST_F(TakeOver, RefusesAnAliasOfAnotherName) {
+  const auto failure = [this](const std::string& first, const std::string& second) {
+    SetTables(domain_ + "u@a.example\tu@a.example\nv@a.example\tv@a.example\n" +
+              "sales@a.example\tu@a.example\n");
+    const auto line = [](const std::string& address, const std::string& aliases) {
+      return R"({"type":"mailbox","address":")" + address + R"(","aliases":[)" + aliases + "]}\n";
+    };
+    return FailureOf(domain_line_ + line("u@a.example", first) + line("v@a.example", second));
+  };
+  const std::string begin = "exists: standard input:";
+
+  EXPECT_EQ(failure(R"("u")", ""), begin + "2: alias: u@a.example is a mailbox\n");
+  EXPECT_EQ(failure(R"("v")", ""), begin + "2: alias: v@a.example is a mailbox\n");
+  EXPECT_EQ(failure(R"("sales","Sales")", ""),
+            begin + "2: alias: sales@a.example is an alias of u@a.example\n");
+  EXPECT_EQ(failure(R"("sales")", R"("sales")"),
+            begin + "3: alias: sales@a.example is an alias of u@a.example\n");
+}
+
+/// A comment behind a value is none to Postfix, and a line that is no UTF-8 nothing.
+TEST_F(TakeOver, RefusesALineThatPostfixReadsOtherwise) {
+  for (const std::string line :
+       {"u@a.example\tu@a.example # main\n", "u@a.example\tu@a.example #, evil@x.org\n",
+        "u@a.example\tu@a.example#\n", "u@a.example\tu@a.example # caf\xe9\n",
+        "U@a.example\tu@a.example\n"}) {
+    SetTables(domain_ + line);
+    ExpectRefusal(domain_line_ + mailbox_line_, mailbox_, "virtusertable", 2);
+  }
+  SetTables(domain_ + "u@a.example\tu@a.example u+a.example\n", "",
+            "u+a.example:\tx@b.example #, evil@x.org\n");
+  ExpectRefusal(
+      domain_line_ + R"({"type":"mailbox","address":"u@a.example","forwards":["x@b.example"]})",
+      mailbox_, "aliases", 3);
+  SetTables("@A.example\tpostfix_err_nouser\n");
+  ExpectRefusal(domain_line_, "1: domain: a.example", "virtusertable", 1);
+  SetTables(domain_, "a.example\tOK# the boss\n");
+  ExpectRefusal(domain_line_ + R"({"type":"whitelist","value":"a.example"})",
+                "1: domain: a.example", "access", 1);
+}
+
+TEST_F(TakeOver, RefusesADomainWithoutAHostName) {
+  SetTables(domain_);
+  panel_.SetTable("local-host-names", "b.example\n");
+  EXPECT_EQ(FailureOf(domain_line_),
+            "exists: standard input:1: domain: a.example is in the tables, and the panel does not "
+            "have it, but " +
+                panel_.Path("panel/mail/local-host-names") +
+                " lacks the line of a.example that would go with it" + kAdvice);
+}
+
+TEST_F(TakeOver, NamesTheVerdictOfANetworksFirstAddress) {
+  SetTables(domain_, "connect:2001:db8::\tOK\n");
+  ExpectRefusal(domain_line_ + R"({"type":"blacklist","value":"2001:db8::"})",
+                "2: blacklist: 2001:db8::", "access", 1);
 }
 
 TEST_F(TakeOver, RefusesADomainWithAnotherVerdict) {
@@ -346,6 +418,74 @@ TEST_F(TakeOver, RefusesADomainThatSendsFromAnotherAddress) {
   }
 }
 
+/// A domain that sends from an address of its own, and what Postfix goes by there.
+class TakeOverOfAddress : public TakeOver {
+ protected:
+  void SetBinding(const std::string& services, const std::string& patterns) {
+    SetTables(domain_);
+    panel_.folder().WriteText("config/master.cf", kPickup + services);
+    panel_.SetTable("domainips", patterns);
+  }
+
+  std::string Master() const { return panel_.folder().ReadText("config/master.cf"); }
+
+  void ExpectRefusalOfAddress(const std::string& where) {
+    const std::string master = Master();
+    EXPECT_EQ(FailureOf(line_),
+              "exists: standard input:1: domain: a.example is in the tables, and "
+              "the panel does not have it, but " +
+                  where + kAdvice);
+    EXPECT_EQ(Master(), master);
+  }
+
+  std::string InMaster(int line) const {
+    return panel_.Path("config/master.cf:") + std::to_string(line) + kElse;
+  }
+  std::string InMap(int line) const {
+    return panel_.Path("panel/mail/domainips:") + std::to_string(line) + kElse;
+  }
+
+  const std::string kElse = " says something else than this line";
+  const std::string kPickup = "pickup    unix  n       -       n       60      1       pickup\n";
+  const std::string line_ = R"({"type":"domain","name":"a.example","ip":"127.0.0.10"})";
+  const std::string begin_ =
+      "smtp_a_example\tunix - - n - - smtp -o syslog_name=postfix-127_0_0_10";
+  const std::string service_ = begin_ + " -o smtp_bind_address=127.0.0.10\n";
+  const std::string pattern_ = "/@a\\.example$/\tsmtp_a_example\n";
+};
+
+TEST_F(TakeOverOfAddress, LeavesTheServiceAsItIs) {
+  SetBinding(service_, pattern_);
+  const std::string master = Master();
+  ExpectTakenOver(line_, {"0 0 0", "1 0 0", "0 0 0", "0 0 0", "0 0 0"});
+  EXPECT_EQ(Master(), master);
+}
+
+TEST_F(TakeOverOfAddress, RefusesAServiceOfAnotherAddress) {
+  for (const std::string end :
+       {" -o smtp_bind_address=127.0.0.11\n", " -o smtp_bind_address6=::1\n",
+        " -o smtp_bind_address=127.0.0.10\n  -o smtp_bind_address=127.0.0.11\n",
+        " -o smtp_bind_address=127.0.0.10\n\n # more\n\t-o smtp_bind_address=127.0.0.11\n",
+        " -o smtp_bind_address=127.0.0.11 -o smtp_helo_name=127.0.0.10\n"}) {
+    SetBinding(begin_ + end, pattern_);
+    ExpectRefusalOfAddress(InMaster(2));
+  }
+  SetBinding(service_ + begin_ + " -o smtp_bind_address=127.0.0.11\n", pattern_);
+  ExpectRefusalOfAddress(InMaster(2));
+}
+
+TEST_F(TakeOverOfAddress, RefusesWhatDoesNotLeadToAService) {
+  SetBinding("", pattern_);
+  ExpectRefusalOfAddress(InMap(1));
+  for (const std::string& more : std::vector<std::string>{pattern_, "  :[relay.example]\n"}) {
+    SetBinding(service_, pattern_ + more);
+    ExpectRefusalOfAddress(InMap(1));
+  }
+  SetBinding(service_, "");
+  ExpectRefusalOfAddress(panel_.Path("panel/mail/domainips") +
+                         R"( lacks the line of /@a\\.example$/ that would go with it)");
+}
+
 TEST_F(TakeOver, SaysThatTheLineOfTheDomainIsMissing) {
   SetTables("u@a.example\tu@a.example\n");
   const std::string table = panel_.Path("panel/mail/virtusertable");
@@ -383,6 +523,27 @@ TEST_F(TakeOver, RefusesKeysThatAreNotTheMailboxesOwn) {
   SetTables(addresses, "",
             "u+a.example:\t" + panel_.AnswerOf(3) + "\nv+a.example:\t" + panel_.AnswerOf(3) + "\n");
   EXPECT_EQ(FailureOf(domain_line_ + answered), begin + "3, and so is v+a.example" + end);
+}
+
+TEST_F(TakeOver, RefusesAKeyThatAMailboxOfThePanelHas) {
+  panel_.Do({"domain", "create", "b.example"});
+  panel_.Do({"mailbox", "create", "other@b.example"});
+  SetTables(domain_ + "u@a.example\tu@a.example u+a.example\n" + panel_.Table("virtusertable"), "",
+            "u+a.example:\t" + panel_.AnswerOf(1) + "\n");
+
+  EXPECT_EQ(
+      FailureOf(domain_line_ + R"({"type":"mailbox","address":"u@a.example","responder":true})"),
+      "exists: standard input:2: mailbox: u@a.example is answered for in " +
+          panel_.Path("panel/mail/aliases") +
+          ":3 as the mailbox with the key 1, which another mailbox has; remove that "
+          "responder from the aliases, and switch it on again behind the import\n");
+}
+
+TEST_F(TakeOver, RefusesAResponderToWhichTheMailboxDoesNotLead) {
+  SetTables(domain_ + "u@a.example\tu@a.example\n", "",
+            "u+a.example:\t" + panel_.AnswerOf(3) + "\n");
+  ExpectRefusal(domain_line_ + R"({"type":"mailbox","address":"u@a.example","responder":true})",
+                mailbox_, "virtusertable", 2);
 }
 
 class PostgresqlMoveOfAll : public MoveOfAll {

@@ -7,7 +7,6 @@
 ///   complete already is left alone, which is no failure.
 
 #include <algorithm>
-#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -27,21 +26,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Without the panel's own folder there is nothing to list in.
+void List(const PanelPlan& plan, const std::vector<fs::path>& made) {
+  if (!fs::is_directory(plan.config.state_dir)) return;
+  panel::UseConfig(plan.config);
+  if (plan.is_new) panel::mail::ListKept(plan.kept);
+  panel::mail::ListMade(made);
+}
+
 /// Lists what is made even when something fails: to the init that completes the panel it is old.
 std::vector<fs::path> MakeAndList(const PanelPlan& plan) {
   std::vector<fs::path> made;
-  std::exception_ptr failure;
   try {
     MakePanel(plan, made);
   } catch (const fen_err::Error&) {
-    failure = std::current_exception();
+    try {
+      List(plan, made);
+    } catch (const fen_err::Error& error) {
+      PrintWarning(error.what());
+    }
+    throw;
   }
-  if (fs::is_directory(plan.config.state_dir)) {
-    panel::UseConfig(plan.config);
-    if (plan.is_new) panel::mail::ListKept(plan.kept);
-    panel::mail::ListMade(made);
-  }
-  if (failure) std::rethrow_exception(failure);
+  List(plan, made);
   return made;
 }
 

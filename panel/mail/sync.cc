@@ -58,10 +58,9 @@ void CacheDomains(const TableHints& hints, const std::string& table) {
   BackEnd().CacheDomains();
 }
 
-/// The aliases of a panel whose database is new may have mail answered by the keys that mailboxes
-/// had before; none of these keys is to become another mailbox's.
+/// The aliases of a panel whose database is new, or came back from a backup, may have mail answered
+/// by keys that it does not know; none of these is to become the key of another mailbox.
 void KeepResponderKeys(const std::string& aliases) {
-  if (!Column("SELECT id FROM email LIMIT 1").empty()) return;
   TextTable table(aliases, Format::kPostalias);
   const std::int64_t greatest = ResponderKeys(table).greatest();
   if (greatest > 0) db::GoOnBehindKey("email", greatest);

@@ -516,6 +516,43 @@ TEST_F(LostResponder, LeavesItsFolderToNoOtherMailbox) {
   EXPECT_EQ(panel_.Run({"check"}).output, Found());
 }
 
+/// As a backup from before its mailbox was made: the database has some mailboxes.
+TEST_F(LostResponder, LeavesItsFolderToNoOtherMailboxOfADatabaseThatIsOlder) {
+  const auto folder = Snapshot(panel_.ResponderPath(2));
+  const std::string addresses = panel_.Table("virtusertable");
+  const std::string entries = panel_.Table("aliases");
+  const test_support::TestDatabase older(panel_.Path("panel/older.db"));
+  panel_.MoveTo(older.url());
+  panel_.ChangeDatabase([] {});
+  panel_.Do({"webdomain", "add", "example.org", "--owner", "1"});
+  panel_.SetTable("virtusertable", "@example.org\tpostfix_err_nouser\n");
+  panel_.SetTable("aliases", "");
+  panel_.Do({"sync"});
+  panel_.Do({"mailbox", "create", "first@example.org"});
+  panel_.SetTable("virtusertable", addresses + "first@example.org\tfirst@example.org\n");
+  panel_.SetTable("aliases", entries);
+  panel_.Do({"sync"});
+
+  for (const char* mailbox : {"first@example.org", "info@example.org"}) {
+    panel_.Do({"responder", "on", mailbox});
+  }
+
+  EXPECT_EQ(Snapshot(panel_.ResponderPath(2)), folder);
+  EXPECT_EQ(panel_.Run({"check"}).output, Found());
+}
+
+TEST(ResponderOn, OfAMailboxInOtherLettersIsKnownToTheCheck) {
+  const MailboxPanel panel;
+  panel.SetTable("virtusertable",
+                 "@example.org\tpostfix_err_nouser\n"
+                 "Sales@example.org\tSales@example.org\n");
+  panel.Do({"sync"});
+
+  panel.Do({"responder", "on", "Sales@example.org"});
+
+  EXPECT_THAT(panel.Run({"check"}).output, testing::Not(HasSubstr("responder")));
+}
+
 TEST(ResponderFolder, ThatCannotBeNotedKeepsTheChangeFromBeingMade) {
   const MailboxPanel panel;
   const std::string note = panel.Path("panel/state/steps");

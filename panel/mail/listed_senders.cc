@@ -230,7 +230,9 @@ void WriteVerdictsBelow(const std::string& name) {
 
 void DeleteVerdictsBelow(const std::string& name) {
   for (const std::string& address : ListedBelow(SenderList::kWhite, name)) {
-    WriteListed(SenderList::kWhite, address);
+    const std::optional<Suspended> suspended = FindSuspension(address);
+    if (suspended && HasVerdictOfSuspension(*suspended, address)) continue;
+    DeleteVerdict(SenderList::kWhite, address);
   }
 }
 

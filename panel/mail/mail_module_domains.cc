@@ -43,7 +43,7 @@ void Write(DomainRow& row) {
 }
 
 /// A binding writes its lines without looking for others, and of two services Postfix uses the
-/// last. Only where the domain had one before is it given another address in its place.
+/// last. Only to a domain that the panel had before may a line be left, which gets the address.
 void RequireNoBindingLeft(const zeb_db::EmailDomainTable& row, bool is_new) {
   const std::optional<Bindings> bindings = ReadBindings();
   if (row.ip.Str().empty() || !bindings) return;
@@ -156,9 +156,11 @@ void MailModule::DeleteDomain(const std::string& name) {
     DeleteWithAll(mailbox);
   }
   const std::string ascii = row->name.Str();
+  const bool is_suspended = !row->active;
   BackEnd().DeleteDomain(row);
   row->Delete();
   WriteVerdict(ascii);
+  if (is_suspended) WriteVerdictsBelow(ascii);
 }
 
 /// Databases order texts in different ways, so this is done here.

@@ -455,6 +455,29 @@ TEST(ListedMailbox, StaysSuspendedByItselfWhateverBecomesOfItsDomain) {
   EXPECT_EQ(panel.Table("access"), "info@example.org\tOK\n");
 }
 
+/// The panel takes no such address, but reads one.
+TEST(ListedMailbox, ByHandGivesWayWhileItsDomainIsSuspended) {
+  const MailboxPanel panel;
+  panel.SetTable("access", "a..b@example.org\tOK\n");
+  panel.Do({"sync"});
+
+  panel.Do({"domain", "suspend", "example.org"});
+
+  EXPECT_EQ(panel.Table("access"), "example.org\t550 Account disabled\n");
+}
+
+TEST(ListedAddress, IsListedAfterItsSuspendedDomainIsDeleted) {
+  const MailboxPanel panel;
+  panel.Do({"whitelist", "add", "friend@example.org"});
+  panel.Do({"domain", "suspend", "example.org"});
+  EXPECT_EQ(panel.Table("access"), "example.org\t550 Account disabled\n");
+
+  panel.Do({"domain", "delete", "example.org"});
+
+  EXPECT_EQ(panel.Table("access"), "friend@example.org\tOK\n");
+  EXPECT_EQ(panel.Do({"check"}), "nothing is wrong\n");
+}
+
 TEST(ListedMailbox, IsListedAfterAnyOtherChange) {
   const MailboxPanel panel;
   panel.Do({"whitelist", "add", "info@example.org"});

@@ -63,8 +63,8 @@ class AdoptedThings {
 
   /// Have a thing written anew. All rows must have been made.
   void WriteDomain(const std::string& name);
-  void WriteMailbox(const std::string& address);
-  void WriteSender(SenderList list, const std::string& value);
+  void WriteMailbox(const std::string& given);
+  void WriteSender(SenderList list, const std::string& given);
 
   /// Looks at all that was written, in that order. `at` runs what is done for a thing, of which it
   /// gets the number.

@@ -43,6 +43,7 @@ void ListMade(const std::vector<fs::path>& paths) {
 
 void ListSettings(const fs::path& folder, const std::vector<Assignment>& settings) {
   std::vector<std::string> names;
+  names.reserve(settings.size());
   for (const Assignment& setting : settings) names.push_back(setting.name);
   Parameters now = ReadParameters(names);
   std::string lines = Line("main.cf", folder);

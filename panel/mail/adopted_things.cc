@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "host/fen_err.h"
-#include "host/str.h"
 #include "panel/conf/disk_file.h"
 #include "panel/mail/back_end.h"
 #include "panel/mail/names.h"
@@ -117,7 +116,7 @@ void AdoptedThings::WriteMailbox(const std::string& given) {
   Thing thing{"mailbox", InUnicode(address), {}};
   thing.places = {{addresses_path_, address},
                   {access_.table().path(), address},
-                  {aliases_.table().path(), str::Replace(address, "@", "+")}};
+                  {aliases_.table().path(), EntryOf(address)}};
   AddAliases(thing, *row, address);
   mailboxes_.emplace(address, things_.size());
   if (!Add(std::move(thing))) return;

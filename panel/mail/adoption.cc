@@ -11,7 +11,6 @@
 #include <variant>
 
 #include "host/fen_err.h"
-#include "host/str.h"
 #include "panel/db/database.h"
 #include "panel/mail/adopted_things.h"
 #include "panel/mail/answers.h"
@@ -98,7 +97,7 @@ std::unordered_set<const ImportLine*> Adopter::Run(const std::vector<ImportLine>
   FindWhatIsThere(lines);
   if (there_.empty() && !has_new_mailbox_) return {};
   keys_.emplace(written_.aliases());
-  if (keys_->greatest() > 0) db::GoOnBehindKey("email", keys_->greatest());
+  keys_->KeepFromNewMailboxes();
   if (there_.empty()) return {};  // listed senders by themselves are added like any others
   ForEach<DomainLine>(&Adopter::AddDomain);
   ForEach<MailboxLine>(&Adopter::AddMailbox);
@@ -143,7 +142,7 @@ bool Adopter::IsThere(const MailboxLine& said) {
 
 /// The entry of a mailbox that has lost its line would forward or answer the mail of the new one.
 void Adopter::RequireNoEntry(const MailboxName& name) {
-  const auto entry = entries_.Find(str::Replace(name.Address(), "@", "+"));
+  const auto entry = entries_.Find(EntryOf(name.Address()));
   if (!entry) return;
   throw fen_err::Error("exists", "mailbox",
                        InUnicode(name.Address()) + " has no line in " + TablePath("virtusertable") +
@@ -194,7 +193,7 @@ void Adopter::AddMailbox(const MailboxLine& said) {
 void Adopter::TakeKey(const MailboxLine& said) {
   const MailboxRow row = FindMailbox(said.address);
   const std::string address = CheckedMailbox(said.address).Address();
-  const std::string entry = str::Replace(address, "@", "+");
+  const std::string entry = EntryOf(address);
   const auto key = keys_->Of(entry);
   if (!key) return;
   const auto refuse = [&](const std::string& why) {

@@ -45,8 +45,9 @@ void Write(DomainRow& row) {
 /// A binding writes its lines without looking for others, and of two services Postfix uses the
 /// last. Only to a domain that the panel had before may a line be left, which gets the address.
 void RequireNoBindingLeft(const zeb_db::EmailDomainTable& row, bool is_new) {
+  if (row.ip.Str().empty()) return;
   const std::optional<Bindings> bindings = ReadBindings();
-  if (row.ip.Str().empty() || !bindings) return;
+  if (!bindings) return;
   const std::string name = row.name.Str();
   const SenderPattern* const pattern = bindings->FindPattern(PatternOf(name));
   if (pattern != nullptr && !is_new) return;

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "host/fen_err.h"
-#include "host/str.h"
 #include "host/test.h"
 #include "panel/conf/narrowed_walk.h"
 #include "panel/mail/back_end.h"
@@ -154,7 +153,7 @@ void MailModule::DeleteWithAll(MailboxRow& mailbox) {
 /// it.
 void MailModule::RequireOwnLines(MailboxRow& mailbox) {
   const std::string address = AddressOf(mailbox);
-  const std::string entry = str::Replace(address, "@", "+");
+  const std::string entry = EntryOf(address);
   std::optional<std::string> line = addresses_.FindOther(address);
   if (!line) line = aliases_.FindOther(entry);
   if (!line) line = aliases_.Find('"' + entry + '"');

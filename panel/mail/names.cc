@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "host/fen_err.h"
+#include "host/str.h"
 #include "host/test.h"
 #include "host/zeb_db.h"
 
@@ -47,6 +48,10 @@ std::string CheckedAlias(const std::string& text, const std::string& domain) {
       local.find('@') == std::string::npos && test::Const<test::Email>(local + "@" + domain);
   if (!is_local_part) Refuse("alias", text, "is not the local part of an address");
   return local;
+}
+
+std::string EntryOf(const std::string& address) {
+  return str::Replace(address, "@", "+");
 }
 
 std::string InUnicode(const std::string& name) {

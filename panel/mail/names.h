@@ -40,6 +40,9 @@ MailboxName CheckedMailbox(const std::string& text);
 /// The local part of an alias in `domain`.
 std::string CheckedAlias(const std::string& text, const std::string& domain);
 
+/// The key of the entry that the mailbox with this address has in the aliases.
+std::string EntryOf(const std::string& address);
+
 /// A domain or an address with the domain in Unicode.
 std::string InUnicode(const std::string& name);
 

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "host/fen_err.h"
-#include "host/str.h"
 #include "panel/mail/advice.h"
 #include "panel/mail/answers.h"
 #include "panel/mail/names.h"
@@ -78,7 +77,7 @@ std::map<std::string, std::int64_t> AnsweringEntries() {
 std::map<std::string, std::int64_t> UnknownEntries(const std::vector<Answer>& answers) {
   std::map<std::string, std::int64_t> entries = AnsweringEntries();
   for (const Answer& answer : answers) {
-    const auto found = entries.find(LowerCase(str::Replace(answer.address, "@", "+")));
+    const auto found = entries.find(LowerCase(EntryOf(answer.address)));
     if (found != entries.end() && found->second == answer.mailbox) entries.erase(found);
   }
   return entries;

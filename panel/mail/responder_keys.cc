@@ -7,6 +7,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "panel/db/database.h"
 #include "panel/mail/responder_folder.h"
 #include "panel/mail/table_values.h"
 
@@ -51,6 +52,10 @@ std::optional<std::string> ResponderKeys::OtherWith(std::int64_t key,
   const auto other = std::find_if(entries->second.begin(), entries->second.end(),
                                   [&entry](const std::string& one) { return one != entry; });
   return other == entries->second.end() ? std::nullopt : std::optional(*other);
+}
+
+void ResponderKeys::KeepFromNewMailboxes() const {
+  if (greatest_ > 0) db::GoOnBehindKey("email", greatest_);
 }
 
 }  // namespace panel::mail

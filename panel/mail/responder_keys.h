@@ -31,8 +31,8 @@ class ResponderKeys {
   /// Another entry that names this key.
   std::optional<std::string> OtherWith(std::int64_t key, const std::string& entry) const;
 
-  /// The greatest key that any entry names and a mailbox may have; 0 for none.
-  std::int64_t greatest() const noexcept { return greatest_; }
+  /// Sees to it that no mailbox gets any of these keys that a row is made for from now on.
+  void KeepFromNewMailboxes() const;
 
   /// A greater one is no key that a panel has given: keys are given one after the other.
   static constexpr std::int64_t kGreatest = 1'000'000'000'000;
@@ -40,7 +40,7 @@ class ResponderKeys {
  private:
   std::unordered_map<std::string, std::int64_t> keys_;                  ///< by entry
   std::unordered_map<std::int64_t, std::vector<std::string>> entries_;  ///< by key
-  std::int64_t greatest_ = 0;
+  std::int64_t greatest_ = 0;  ///< that a mailbox may have; 0 for none
 };
 
 }  // namespace panel::mail

@@ -62,8 +62,7 @@ void CacheDomains(const TableHints& hints, const std::string& table) {
 /// by keys that it does not know; none of these is to become the key of another mailbox.
 void KeepResponderKeys(const std::string& aliases) {
   TextTable table(aliases, Format::kPostalias);
-  const std::int64_t greatest = ResponderKeys(table).greatest();
-  if (greatest > 0) db::GoOnBehindKey("email", greatest);
+  ResponderKeys(table).KeepFromNewMailboxes();
 }
 
 /// The back-end would take each line for one of a mailbox. Those of aliases are kept from it as far

@@ -5,7 +5,6 @@
 
 #include <utility>
 
-#include "host/str.h"
 #include "panel/conf/disk_file.h"
 #include "panel/mail/names.h"
 #include "panel/mail/probable_set.h"
@@ -139,7 +138,7 @@ std::size_t TableHints::OffsetOf(std::string_view key) const {
 }
 
 bool TableHints::HasEntry(const std::string& address) const {
-  return entries_.contains(str::Replace(address, "@", "+"));
+  return entries_.contains(EntryOf(address));
 }
 
 }  // namespace panel::mail
